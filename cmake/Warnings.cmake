@@ -1,0 +1,13 @@
+# Warnings for the whole project. Generated code and public headers come in as
+# system headers and are left alone.
+add_compile_options(
+  -Wall
+  -Wextra
+  -Wpedantic
+  -Wshadow
+  -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
+if(CFM_WARNINGS_AS_ERRORS)
+  add_compile_options(-Werror)
+endif()

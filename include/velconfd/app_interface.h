@@ -1,0 +1,44 @@
+// Connects a program's handlers to the ConfD agent.
+#ifndef VELCONFD_APP_INTERFACE_H
+#define VELCONFD_APP_INTERFACE_H
+
+#include <memory>
+#include <vector>
+
+#include "velconfd/handlers.h"
+
+struct velmw;
+typedef struct velmw velmw_t;
+struct zlog_category_s;
+
+namespace velconfd {
+
+// Owns the ConfD sockets, subscribes, registers, and calls the handlers back,
+// all from inside the middleware loop: nothing is called before the loop runs.
+// Keeps the connection up by itself. When the agent comes back with another
+// configuration than the handlers last applied, the loop ends with an error,
+// because the initial load happens once in a process's life.
+class AppInterface {
+ public:
+  // The handlers are borrowed and outlive the object; the lists are copied.
+  // `name` is shown to operators. The handlers are served from the start
+  // phase `phase` on; `option` is 0. Throws std::exception when the
+  // middleware has no loop to work in.
+  AppInterface(velmw_t* middleware, zlog_category_s* log, const char* name,
+               const std::vector<ConfigHandler*>& config_handlers,
+               const std::vector<ActionHandler*>& action_handlers,
+               const std::vector<DataHandler*>& data_handlers, ELEM_CONFD_PHASE_ET phase,
+               int option);
+  virtual ~AppInterface();
+
+  AppInterface(const AppInterface&) = delete;
+  AppInterface& operator=(const AppInterface&) = delete;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace velconfd
+
+#endif

@@ -1,0 +1,50 @@
+// A listening AF_UNIX socket in an event loop.
+#ifndef IPC_LISTENER_H
+#define IPC_LISTENER_H
+
+#include <sys/types.h>
+#include <systemd/sd-event.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+
+#include "unique_fd.h"
+
+namespace ipc {
+
+// Credentials of a peer process at the time it connected.
+struct Peer {
+  pid_t pid = 0;
+  uid_t uid = 0;
+  gid_t gid = 0;
+};
+
+class Listener {
+ public:
+  using AcceptHandler = std::function<void(UniqueFd socket, const Peer& peer)>;
+
+  // Listens at `path`, replacing what stands there: the caller holds the
+  // InstanceLock of the directory. The path comes into being by a rename once
+  // the socket listens, so whoever watches the directory can connect at
+  // once. Throws std::system_error naming the path.
+  Listener(sd_event* loop, std::filesystem::path path, std::int64_t priority,
+           AcceptHandler on_accept);
+  // Stops listening and removes the path.
+  ~Listener();
+
+  Listener(const Listener&) = delete;
+  Listener& operator=(const Listener&) = delete;
+
+ private:
+  static int OnReadable(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
+
+  std::filesystem::path path_;
+  UniqueFd socket_;
+  sd_event_source* source_ = nullptr;
+  AcceptHandler on_accept_;
+};
+
+}  // namespace ipc
+
+#endif

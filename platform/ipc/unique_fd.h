@@ -1,0 +1,36 @@
+// A file descriptor with one owner.
+#ifndef IPC_UNIQUE_FD_H
+#define IPC_UNIQUE_FD_H
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace ipc {
+
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  explicit UniqueFd(int fd) : fd_(fd) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+  }
+  ~UniqueFd() {
+    if (fd_ >= 0) {
+      close(fd_);
+    }
+  }
+
+  int Get() const { return fd_; }
+  int Release() { return std::exchange(fd_, -1); }
+  explicit operator bool() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+}  // namespace ipc
+
+#endif
