@@ -20,8 +20,9 @@ namespace ipc {
 
 class Channel {
  public:
-  // Payload of one frame, valid during the call. A ProtocolError that it
-  // throws closes the connection.
+  // Payload of one frame, valid during the call. A ProtocolError (or any other
+  // exception) that it throws closes the connection. The loop serves sources
+  // of lower priority value between two frames.
   using FrameHandler = std::function<void(std::string_view payload)>;
   // The connection is over; `reason` says why, for a log line. Called once,
   // never from inside Send, and not after Close. The handler may destroy the
@@ -38,13 +39,16 @@ class Channel {
   Channel& operator=(const Channel&) = delete;
 
   // Queues a frame; never blocks. A peer that leaves more than
-  // kMaxQueuedBytes unread is closed.
+  // kMaxQueuedBytes unread is closed. Nothing happens on a closed channel.
+  // Throws ProtocolError, and queues nothing, when the frame is too long.
   void Send(const google::protobuf::MessageLite& message);
   std::size_t QueuedBytes() const;
   // Stops reading and calling back, and closes at once.
   void Close();
-  // Stops (false) or resumes (true) taking frames from the peer.
+  // Stops (false) or resumes (true) taking frames from the peer. The end of
+  // the connection is seen only while frames are taken.
   void SetReading(bool reading);
+  // The socket, or -1 when it is closed.
   int Fd() const;
 
   static constexpr std::size_t kMaxQueuedBytes = 256U << 20;

@@ -35,6 +35,8 @@ class FrameDecoder {
   // operation; nothing when more bytes are needed. Throws ProtocolError for a
   // length beyond kMaxFrameBytes.
   std::optional<std::string_view> Next();
+  // Whether Next has a frame, or a reason to throw, without more bytes.
+  bool HasNext() const;
   // Bytes of a frame that is not whole yet.
   bool HasPartialFrame() const { return buffer_.size() > consumed_; }
 

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 
+#include "event_source.h"
 #include "unique_fd.h"
 
 namespace ipc {
@@ -27,7 +28,9 @@ class Listener {
   // Listens at `path`, replacing what stands there: the caller holds the
   // InstanceLock of the directory. The path comes into being by a rename once
   // the socket listens, so whoever watches the directory can connect at
-  // once. Throws std::system_error naming the path.
+  // once. Group members may connect (mode 0660). An exception of `on_accept`
+  // costs that connection, with a line on the standard error stream. Throws
+  // std::system_error naming the path.
   Listener(sd_event* loop, std::filesystem::path path, std::int64_t priority,
            AcceptHandler on_accept);
   // Stops listening and removes the path.
@@ -38,11 +41,14 @@ class Listener {
 
  private:
   static int OnReadable(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
+  void Accept();
+  void TurnAway();
 
   std::filesystem::path path_;
   UniqueFd socket_;
-  sd_event_source* source_ = nullptr;
+  UniqueFd spare_;  // given up to turn a peer away when descriptors run out
   AcceptHandler on_accept_;
+  EventSource source_;
 };
 
 }  // namespace ipc

@@ -14,8 +14,12 @@ std::filesystem::path StateDirectory();
 // $CFM_INTERFACES, or /etc/cfm/interfaces: the interface table.
 std::filesystem::path InterfaceTablePath();
 
-inline std::filesystem::path AgentSocket() { return RuntimeDirectory() / "agentd.sock"; }
-inline std::filesystem::path ManagerSocket() { return RuntimeDirectory() / "cfm-managerd.sock"; }
+inline std::filesystem::path AgentSocket() {
+  return RuntimeDirectory() / "agentd.sock";
+}
+inline std::filesystem::path ManagerSocket() {
+  return RuntimeDirectory() / "cfm-managerd.sock";
+}
 
 }  // namespace ipc
 

@@ -1,0 +1,116 @@
+#include "listener.h"
+
+#include <fcntl.h>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <system_error>
+#include <utility>
+
+#include "unix_address.h"
+
+namespace ipc {
+namespace {
+
+constexpr mode_t kSocketMode = 0660;
+
+[[noreturn]] void ThrowErrno(const std::filesystem::path& path, const char* operation) {
+  throw std::system_error(errno, std::system_category(),
+                          std::string(operation) + " '" + path.native() + "'");
+}
+
+UniqueFd ListenAt(const std::filesystem::path& path) {
+  const std::filesystem::path unfinished = path.parent_path() / ("." + path.filename().native());
+  const UnixAddress address(unfinished);
+  UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!socket) {
+    ThrowErrno(path, "create socket");
+  }
+  if (unlink(unfinished.c_str()) < 0 && errno != ENOENT) {
+    ThrowErrno(unfinished, "remove");
+  }
+  if (bind(socket.Get(), address.Get(), address.Size()) < 0) {
+    ThrowErrno(unfinished, "bind socket");
+  }
+  if (chmod(unfinished.c_str(), kSocketMode) < 0) {
+    ThrowErrno(unfinished, "set mode of");
+  }
+  if (listen(socket.Get(), SOMAXCONN) < 0) {
+    ThrowErrno(path, "listen at");
+  }
+  if (rename(unfinished.c_str(), path.c_str()) < 0) {
+    const int cause = errno;
+    unlink(unfinished.c_str());
+    errno = cause;
+    ThrowErrno(path, "put socket in place at");
+  }
+  return socket;
+}
+
+UniqueFd OpenSpare() {
+  return UniqueFd(open("/dev/null", O_RDONLY | O_CLOEXEC));
+}
+
+Peer CredentialsOf(int socket) {
+  ucred credentials{};
+  socklen_t size = sizeof(credentials);
+  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) {
+    throw std::system_error(errno, std::system_category(), "read credentials of a peer");
+  }
+  return {credentials.pid, credentials.uid, credentials.gid};
+}
+
+}  // namespace
+
+Listener::Listener(sd_event* loop, std::filesystem::path path, std::int64_t priority,
+                   AcceptHandler on_accept)
+    : path_(std::move(path)),
+      socket_(ListenAt(path_)),
+      spare_(OpenSpare()),
+      on_accept_(std::move(on_accept)) {
+  sd_event_source* source = nullptr;
+  CheckEvent(sd_event_add_io(loop, &source, socket_.Get(), EPOLLIN, OnReadable, this),
+             "watch '" + path_.native() + "'");
+  source_.reset(source);
+  CheckEvent(sd_event_source_set_priority(source, priority), "set priority of a listener");
+}
+
+Listener::~Listener() {
+  unlink(path_.c_str());
+}
+
+int Listener::OnReadable(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  auto* listener = static_cast<Listener*>(self);
+  try {
+    listener->Accept();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "connection at %s dropped: %s\n", listener->path_.c_str(), error.what());
+  }
+  return 0;
+}
+
+// One connection a wake-up: the loop comes back while more are waiting.
+void Listener::Accept() {
+  UniqueFd socket(accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+  if (socket) {
+    const Peer peer = CredentialsOf(socket.Get());
+    on_accept_(std::move(socket), peer);
+  } else if (errno == EMFILE || errno == ENFILE) {
+    TurnAway();
+  }
+}
+
+// Left in the queue, the connection would wake the loop for ever.
+void Listener::TurnAway() {
+  spare_ = UniqueFd();
+  UniqueFd refused(accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+  refused = UniqueFd();
+  spare_ = OpenSpare();
+  std::fprintf(stderr, "connection at %s refused: out of file descriptors\n", path_.c_str());
+}
+
+}  // namespace ipc
