@@ -10,8 +10,8 @@
 #include "cfm/hierarchy.h"
 #include "cfm/received_information_handler.h"
 
-struct velmw;
-typedef struct velmw velmw_t;
+struct velmw_handle;
+typedef struct velmw_handle velmw_t;
 
 namespace cfm {
 

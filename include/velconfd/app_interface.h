@@ -7,8 +7,8 @@
 
 #include "velconfd/handlers.h"
 
-struct velmw;
-typedef struct velmw velmw_t;
+struct velmw_handle;
+typedef struct velmw_handle velmw_t;
 struct zlog_category_s;
 
 namespace velconfd {

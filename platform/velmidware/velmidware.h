@@ -9,7 +9,7 @@
 extern "C" {
 #endif
 
-typedef struct velmw velmw_t;
+typedef struct velmw_handle velmw_t;
 struct zlog_category_s;
 
 /* Prepares the process: event loop, SIGTERM and SIGINT, the lock that keeps a
