@@ -1,0 +1,90 @@
+#include "zlog.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <exception>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "log_output.h"
+#include "record.h"
+
+struct zlog_category_s {
+  std::string name;
+};
+
+namespace {
+
+struct State {
+  bool to_journal = ipc::LogsToJournal();
+  std::map<std::string, std::unique_ptr<zlog_category_t>> categories;
+};
+
+// Never destroyed: whatever runs at the end of the process may still log.
+State& TheState() {
+  static State& state = *new State;
+  return state;
+}
+
+std::string Formatted(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  const int size = std::vsnprintf(nullptr, 0, format, arguments);
+  std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  return text;
+}
+
+void Emit(const zlog_record::Record& record) {
+  if (TheState().to_journal) {
+    ipc::SendToJournal(zlog_record::JournalFields(record));
+  } else {
+    ipc::WriteLine(zlog_record::Line(record, std::chrono::system_clock::now()));
+  }
+}
+
+}  // namespace
+
+int zlog_init(const char* /*config*/) {
+  try {
+    TheState().to_journal = ipc::LogsToJournal();
+    return 0;
+  } catch (const std::exception&) {
+    return -1;
+  }
+}
+
+void zlog_fini() {
+  TheState().categories.clear();
+}
+
+zlog_category_t* zlog_get_category(const char* name) {
+  try {
+    auto& category = TheState().categories[name];
+    if (category == nullptr) {
+      category = std::make_unique<zlog_category_t>(zlog_category_t{name});
+    }
+    return category.get();
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+void zlog(zlog_category_t* category, const char* file, size_t filelen, const char* func,
+          size_t funclen, long line, int level, const char* format, ...) {
+  if (category == nullptr) {
+    return;
+  }
+  va_list arguments;
+  va_start(arguments, format);
+  try {
+    const std::string message = Formatted(format, arguments);
+    Emit({category->name, {file, filelen}, {func, funclen}, line, level, message});
+  } catch (const std::exception&) {
+    // Out of memory: the program goes on without this record.
+    std::fputs("log record lost: out of memory\n", stderr);
+  }
+  va_end(arguments);
+}
