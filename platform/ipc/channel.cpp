@@ -128,12 +128,12 @@ void Channel::Impl::SetReading(bool reading) {
 
 int Channel::Impl::OnSocket(sd_event_source* source, int, std::uint32_t events,
                             void* self) noexcept {
-  const auto channel = static_cast<Impl*>(self)->shared_from_this();
+  const auto channel = static_cast<Impl*>(self)->weak_from_this().lock();
   return DispatchGuarded(source, "connection", [&] { channel->Serve(events); });
 }
 
 int Channel::Impl::OnDeferred(sd_event_source* source, void* self) noexcept {
-  const auto channel = static_cast<Impl*>(self)->shared_from_this();
+  const auto channel = static_cast<Impl*>(self)->weak_from_this().lock();
   return DispatchGuarded(source, "connection", [&] { channel->Serve(0); });
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <map>
 #include <memory>
@@ -27,15 +28,10 @@ State& TheState() {
   return state;
 }
 
-std::string Formatted(const char* format, va_list arguments) {
-  va_list again;
-  va_copy(again, arguments);
-  const int size = std::vsnprintf(nullptr, 0, format, arguments);
-  std::string text(size > 0 ? static_cast<std::size_t>(size) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
-  return text;
-}
+struct Free {
+  void operator()(char* text) const { std::free(text); }
+};
+using Text = std::unique_ptr<char, Free>;
 
 void Emit(const zlog_record::Record& record) {
   if (TheState().to_journal) {
@@ -43,6 +39,11 @@ void Emit(const zlog_record::Record& record) {
   } else {
     ipc::WriteLine(zlog_record::Line(record, std::chrono::system_clock::now()));
   }
+}
+
+// The program goes on without the record.
+void ReportLoss() {
+  std::fputs("log record lost: out of memory\n", stderr);
 }
 
 }  // namespace
@@ -77,14 +78,19 @@ void zlog(zlog_category_t* category, const char* file, size_t filelen, const cha
   if (category == nullptr) {
     return;
   }
+  char* formatted = nullptr;
   va_list arguments;
   va_start(arguments, format);
-  try {
-    const std::string message = Formatted(format, arguments);
-    Emit({category->name, {file, filelen}, {func, funclen}, line, level, message});
-  } catch (const std::exception&) {
-    // Out of memory: the program goes on without this record.
-    std::fputs("log record lost: out of memory\n", stderr);
-  }
+  const int size = vasprintf(&formatted, format, arguments);
   va_end(arguments);
+  if (size < 0) {
+    ReportLoss();
+    return;
+  }
+  const Text message(formatted);
+  try {
+    Emit({category->name, {file, filelen}, {func, funclen}, line, level, message.get()});
+  } catch (const std::exception&) {
+    ReportLoss();
+  }
 }
