@@ -1,0 +1,46 @@
+// The configuration that the manager works by.
+#ifndef CFM_MANAGER_HELD_CONFIGURATION_H
+#define CFM_MANAGER_HELD_CONFIGURATION_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cfm/hierarchy.h"
+#include "hierarchy_diff.h"
+#include "interface_check.h"
+
+namespace cfm {
+
+// Belongs to no connection: it stays in force when the client that gave it
+// goes away, because the traffic that it watches goes on.
+class HeldConfiguration {
+ public:
+  // Tells the interfaces that the element has now; asked once a configuration.
+  using Interfaces = std::function<InterfaceExists()>;
+
+  explicit HeldConfiguration(Interfaces interfaces);
+
+  // Puts another configuration in force, also one with warnings. Returns what
+  // that changed.
+  HierarchyChanges Replace(std::uint64_t number, Hierarchy hierarchy);
+
+  std::uint64_t Number() const { return number_; }  // 0: none was given yet
+  const Hierarchy& Get() const { return hierarchy_; }
+  // What cannot be used of it, one line each.
+  const std::vector<std::string>& Warnings() const { return warnings_; }
+
+ private:
+  Interfaces interfaces_;
+  std::uint64_t number_ = 0;
+  Hierarchy hierarchy_;
+  std::vector<std::string> warnings_;
+};
+
+// A log line's worth: sizes, then what was added, removed and changed.
+std::string AppliedText(const HeldConfiguration& held, const HierarchyChanges& changes);
+
+}  // namespace cfm
+
+#endif

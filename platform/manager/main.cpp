@@ -1,0 +1,44 @@
+// cfm-managerd: keeps the element's CFM configuration.
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "element_interfaces.h"
+#include "event_loop.h"
+#include "held_configuration.h"
+#include "instance_lock.h"
+#include "log_category.h"
+#include "options.h"
+#include "paths.h"
+#include "server.h"
+
+namespace {
+
+void Serve(const cfm::Options& options) {
+  const ipc::InstanceLock only_one(options.runtime_directory, "cfm-managerd");
+  const cfm::LogCategory log("cfm-managerd");
+  cfm::EventLoop loop;
+  cfm::ElementInterfaces interfaces(options.interface_table, log);
+  cfm::HeldConfiguration held([&interfaces] { return interfaces.Now(); });
+  const cfm::Server server(loop.Get(), options.runtime_directory / ipc::ManagerSocket().filename(),
+                           {.uid = geteuid(), .gid = getegid()}, held, log);
+  loop.Run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const cfm::CommandLine command_line = cfm::ReadCommandLine(argc, argv);
+  if (!command_line.options) {
+    return command_line.exit_status;
+  }
+  try {
+    Serve(*command_line.options);
+    return 0;
+  } catch (const std::exception& error) {
+    fmt::print(stderr, "cfm-managerd: {}\n", error.what());
+    return 1;
+  }
+}

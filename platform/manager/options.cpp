@@ -1,0 +1,44 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+
+#include "paths.h"
+
+namespace cfm {
+namespace {
+
+constexpr const char* kDescription =
+    "CFM manager: takes the IEEE 802.1Q connectivity fault management configuration of the "
+    "element from cfm-app and keeps it.";
+
+constexpr const char* kExamples = R"(Examples:
+  cfm-managerd
+      serve the element of this machine
+  cfm-managerd --runtime-dir /tmp/east --interfaces /tmp/east/interfaces
+      serve a second element beside it; start its other processes with
+      CFM_RUNTIME_DIR=/tmp/east and CFM_INTERFACES=/tmp/east/interfaces
+
+Environment: CFM_RUNTIME_DIR and CFM_INTERFACES stand for the options that are
+not given; CFM_LOG=journal|stderr chooses where the log goes.)";
+
+}  // namespace
+
+CommandLine ReadCommandLine(int argc, char** argv) {
+  Options options{.runtime_directory = ipc::RuntimeDirectory(),
+                  .interface_table = ipc::InterfaceTablePath()};
+  CLI::App app(kDescription, "cfm-managerd");
+  app.add_option("--runtime-dir", options.runtime_directory, "Directory of socket and lock")
+      ->capture_default_str();
+  app.add_option("--interfaces", options.interface_table, "Interface table of the element")
+      ->capture_default_str();
+  app.set_version_flag("--version", std::string("cfm-managerd ") + CFM_VERSION);
+  app.footer(kExamples);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& outcome) {
+    return {.options = std::nullopt, .exit_status = app.exit(outcome)};
+  }
+  return {.options = options, .exit_status = 0};
+}
+
+}  // namespace cfm

@@ -1,0 +1,69 @@
+#include "scripted_manager.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+
+#include <utility>
+
+#include "frame.h"
+#include "paths.h"
+
+namespace test {
+
+ScriptedManager::ScriptedManager(sd_event* loop)
+    : loop_(loop),
+      listener_(loop, ipc::ManagerSocket(), SD_EVENT_PRIORITY_NORMAL,
+                [this](ipc::UniqueFd socket, const ipc::Peer&) { Accept(std::move(socket)); }) {}
+
+void ScriptedManager::Accept(ipc::UniqueFd socket) {
+  ++connections_;
+  hello_.reset();
+  channel_ = std::make_unique<ipc::Channel>(
+      loop_, std::move(socket), SD_EVENT_PRIORITY_NORMAL,
+      [this](std::string_view payload) { OnFrame(payload); },
+      [this](const std::string&) { channel_.reset(); });
+}
+
+void ScriptedManager::OnFrame(std::string_view payload) {
+  if (hello_) {
+    OnConfiguration(payload);
+  } else {
+    OnHello(payload);
+  }
+}
+
+void ScriptedManager::OnHello(std::string_view payload) {
+  cfm::manager::Hello hello;
+  ipc::ParsePayload(payload, hello);
+  hello_ = std::move(hello);
+  if (answers_hello) {
+    cfm::manager::HelloReply reply;
+    reply.set_error(hello_error);
+    channel_->Send(reply);
+  }
+}
+
+void ScriptedManager::OnConfiguration(std::string_view payload) {
+  cfm::manager::FromClient message;
+  ipc::ParsePayload(payload, message);
+  configurations_.push_back(message.configuration());
+  if (answers_configurations) {
+    Answer(message.configuration().number());
+  }
+}
+
+void ScriptedManager::Answer(std::uint64_t number) {
+  cfm::manager::FromManager message;
+  message.mutable_applied()->set_number(number);
+  for (const std::string& warning : warnings) {
+    message.mutable_applied()->add_warnings(warning);
+  }
+  channel_->Send(message);
+}
+
+void ScriptedManager::SendBytes(std::string_view bytes) {
+  ASSERT_EQ(send(channel_->Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+            static_cast<ssize_t>(bytes.size()));
+}
+
+}  // namespace test

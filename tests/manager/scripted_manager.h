@@ -1,0 +1,60 @@
+// A manager in the test's own process and loop that does what the test says.
+#ifndef TESTS_MANAGER_SCRIPTED_MANAGER_H
+#define TESTS_MANAGER_SCRIPTED_MANAGER_H
+
+#include <systemd/sd-event.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "channel.h"
+#include "listener.h"
+#include "manager.pb.h"
+
+namespace test {
+
+// Listens at ipc::ManagerSocket() for as long as it lives; dropping it is the
+// end of the manager. Keeps the connection that came last.
+class ScriptedManager {
+ public:
+  explicit ScriptedManager(sd_event* loop);
+
+  // What it answers to the next Hello; an error refuses.
+  std::string hello_error;
+  bool answers_hello = true;
+  // Answers each configuration at once with these.
+  bool answers_configurations = true;
+  std::vector<std::string> warnings;
+
+  void Answer(std::uint64_t number);
+  void SetReading(bool reading) { channel_->SetReading(reading); }
+  // Sends bytes that nobody checks.
+  void SendBytes(std::string_view bytes);
+  void CloseConnection() { channel_.reset(); }
+
+  int Connections() const { return connections_; }
+  bool Connected() const { return channel_ != nullptr; }
+  const std::optional<cfm::manager::Hello>& Hello() const { return hello_; }
+  // All that came, on any connection.
+  const std::vector<cfm::manager::Configuration>& Configurations() const { return configurations_; }
+
+ private:
+  void Accept(ipc::UniqueFd socket);
+  void OnFrame(std::string_view payload);
+  void OnHello(std::string_view payload);
+  void OnConfiguration(std::string_view payload);
+
+  sd_event* loop_;
+  int connections_ = 0;
+  std::optional<cfm::manager::Hello> hello_;  // of this connection
+  std::vector<cfm::manager::Configuration> configurations_;
+  std::unique_ptr<ipc::Channel> channel_;
+  ipc::Listener listener_;
+};
+
+}  // namespace test
+
+#endif
