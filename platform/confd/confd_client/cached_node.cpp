@@ -1,0 +1,94 @@
+#include "confd_client/cached_node.h"
+
+#include "confd_client/path_message.h"
+
+namespace confd {
+
+using cfm::agent::DataNode;
+
+CachedNode* CachedList::Find(const Step& step) const {
+  if (step.position) {
+    const auto entry = by_position.find(*step.position);
+    return entry == by_position.end() ? nullptr : entry->second;
+  }
+  const auto entry = by_key.find(IndexText(step.keys));
+  return entry == by_key.end() ? nullptr : entry->second.get();
+}
+
+bool CachedList::Excludes(const Step& step) const {
+  if (!size) {
+    return false;
+  }
+  return by_key.size() >= *size || (step.position && *step.position >= *size);
+}
+
+void CachedNode::Merge(const DataNode& piece, bool whole) {
+  if (knows_everything_) {
+    return;
+  }
+  data_ = &piece;
+  if (whole || piece.coverage() == DataNode::EVERYTHING) {
+    knows_own_nodes_ = knows_everything_ = true;
+    is_expanded_ = false;
+    nodes_.clear();
+    lists_.clear();
+    return;
+  }
+  knows_own_nodes_ = knows_own_nodes_ || piece.coverage() == DataNode::OWN_NODES ||
+                     piece.coverage() == DataNode::SOME_ENTRIES;
+  for (const auto& list : piece.list_sizes()) {
+    lists_[list.name()].size = list.entries();
+  }
+  for (const DataNode& child : piece.children()) {
+    AddChild(child, false);
+  }
+}
+
+void CachedNode::Expand() {
+  if (is_expanded_) {
+    return;
+  }
+  is_expanded_ = true;
+  for (const DataNode& child : data_->children()) {
+    AddChild(child, true);
+  }
+  for (auto& [name, list] : lists_) {
+    list.size = static_cast<std::uint32_t>(list.by_key.size());
+  }
+}
+
+void CachedNode::AddChild(const DataNode& child, bool whole) {
+  if (child.keys_size() > 0) {
+    AddEntry(child, whole);
+    return;
+  }
+  auto& node = nodes_[child.name()];
+  if (node == nullptr) {
+    node = std::make_unique<CachedNode>();
+  }
+  node->Merge(child, whole);
+}
+
+void CachedNode::AddEntry(const DataNode& entry, bool whole) {
+  CachedList& list = lists_[entry.name()];
+  auto& node = list.by_key[IndexText(entry.keys())];
+  if (node == nullptr) {
+    node = std::make_unique<CachedNode>();
+  }
+  node->Merge(entry, whole);
+  list.by_position[entry.position()] = node.get();
+}
+
+CachedNode* CachedNode::FindNode(std::string_view name) {
+  Expand();
+  const auto node = nodes_.find(name);
+  return node == nodes_.end() ? nullptr : node->second.get();
+}
+
+const CachedList* CachedNode::FindList(std::string_view name) {
+  Expand();
+  const auto list = lists_.find(name);
+  return list == lists_.end() ? nullptr : &list->second;
+}
+
+}  // namespace confd

@@ -1,0 +1,84 @@
+// Sessions of a data connection, and the transaction id.
+#include <confd_cdb.h>
+
+#include "confd_client/connection.h"
+
+namespace confd {
+namespace {
+
+int StartSession(Connection& connection, cdb_db_type database, int flags) {
+  if (connection.session) {
+    throw ApiError(CONFD_ERR_INUSE, "a session is open on this socket already");
+  }
+  cfm::agent::Request request;
+  request.mutable_start_session()->set_database(database);
+  request.mutable_start_session()->set_flags(static_cast<std::uint32_t>(flags));
+  // A dead agent must show here, also where no answer is awaited.
+  connection.link.CheckIdle();
+  if (flags != 0) {
+    connection.link.Transact(request);
+  } else {
+    connection.link.Send(request);
+  }
+  connection.session.emplace(Session{database, {}});
+  return CONFD_OK;
+}
+
+int EndSession(Connection& connection) {
+  if (!connection.session) {
+    throw ApiError(CONFD_ERR_NOSESSION, "no session is open on this socket");
+  }
+  connection.session.reset();
+  cfm::agent::Request request;
+  request.mutable_end_session();
+  connection.link.Send(request);
+  return CONFD_OK;
+}
+
+void WriteTxid(std::uint64_t number, cdb_txid& txid) {
+  txid.s1 = static_cast<std::uint32_t>(number >> 32);
+  txid.s2 = static_cast<std::uint32_t>(number);
+  txid.s3 = 0;
+}
+
+int ReadTxid(Connection& connection, cdb_txid* txid) {
+  if (txid == nullptr) {
+    throw ApiError(CONFD_ERR_PROTOUSAGE, "cdb_get_txid: the result's address is null");
+  }
+  cfm::agent::Request request;
+  request.mutable_get_txid();
+  WriteTxid(connection.link.Transact(request).txid(), *txid);
+  return CONFD_OK;
+}
+
+}  // namespace
+}  // namespace confd
+
+extern "C" {
+
+int cdb_start_session(int sock, enum cdb_db_type db) {
+  return cdb_start_session2(sock, db, 0);
+}
+
+int cdb_start_session2(int sock, enum cdb_db_type db, int flags) {
+  return confd::OnConnection(sock, CDB_DATA_SOCKET, [&](confd::Connection& connection) {
+    return confd::StartSession(connection, db, flags);
+  });
+}
+
+int cdb_end_session(int sock) {
+  return confd::OnConnection(sock, CDB_DATA_SOCKET, confd::EndSession);
+}
+
+int cdb_set_namespace(int sock, int /*hashed_ns*/) {
+  // The agent has one model, so a path needs no namespace.
+  return confd::OnConnection(sock, CDB_DATA_SOCKET, [](confd::Connection&) { return CONFD_OK; });
+}
+
+int cdb_get_txid(int sock, struct cdb_txid* txid) {
+  return confd::OnConnection(sock, CDB_DATA_SOCKET, [&](confd::Connection& connection) {
+    return confd::ReadTxid(connection, txid);
+  });
+}
+
+}  // extern "C"
