@@ -17,18 +17,21 @@ namespace velconfd {
 // all from inside the middleware loop: nothing is called before the loop runs.
 // Keeps the connection up by itself. When the agent comes back with another
 // configuration than the handlers last applied, the loop ends with an error,
-// because the initial load happens once in a process's life.
+// because the initial load happens once in a process's life. The same when
+// the agent is lost in the middle of that load, and when a handler throws.
 class AppInterface {
  public:
   // The handlers are borrowed and outlive the object; the lists are copied.
   // `name` is shown to operators. The handlers are served from the start
   // phase `phase` on; `option` is 0. Throws std::exception when the
-  // middleware has no loop to work in.
+  // middleware has no loop to work in or the agent's socket has a path that
+  // no socket can have.
   AppInterface(velmw_t* middleware, zlog_category_s* log, const char* name,
                const std::vector<ConfigHandler*>& config_handlers,
                const std::vector<ActionHandler*>& action_handlers,
                const std::vector<DataHandler*>& data_handlers, ELEM_CONFD_PHASE_ET phase,
                int option);
+  // Calls no handler.
   virtual ~AppInterface();
 
   AppInterface(const AppInterface&) = delete;

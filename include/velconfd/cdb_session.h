@@ -6,11 +6,13 @@
 
 class VelConfdInterface;
 
-// Opens a session on one datastore; the destructor ends it.
+// Opens a session on one datastore; the destructor ends it. The connection
+// object outlives the session.
 class VelConfdCdbSessionBase {
  public:
   // `confd` may be null: then there is no connection. `lock_free_reads`: the
-  // session only reads, and all its reads see one state.
+  // session only reads, and all its reads see one state. No session keeps
+  // commits waiting. Does not throw.
   VelConfdCdbSessionBase(VelConfdInterface* confd, cdb_db_type database, bool lock_free_reads);
   virtual ~VelConfdCdbSessionBase();
 
@@ -22,6 +24,7 @@ class VelConfdCdbSessionBase {
   int Socket() const;
 
  private:
+  VelConfdInterface* confd_;
   int socket_;
 };
 

@@ -1,0 +1,192 @@
+#include "agent_link.h"
+
+#include <paths.h>
+
+#include <exception>
+#include <utility>
+
+#include "log.h"
+#include "loop_source.h"
+
+namespace velconfd {
+namespace {
+
+// An agent that is there and yet fails the connection is tried again by time,
+// because its socket will not appear a second time.
+constexpr std::uint64_t kRetryUsec = 500'000;
+
+}  // namespace
+
+AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name,
+                     std::vector<BaseHandler*> handlers,
+                     std::vector<ConfigHandler*> config_handlers, ELEM_CONFD_PHASE_ET phase)
+    : middleware_(middleware),
+      loop_(velmw::EventLoop(middleware)),
+      log_(log),
+      handlers_(std::move(handlers)),
+      phase_(phase),
+      config_(log, std::move(config_handlers)),
+      interface_(ipc::AgentSocket(), name),
+      agent_watch_(loop_, ipc::AgentSocket(), velmw::kAgentPriority,
+                   [this] { InLoop(&AgentLink::Connect); }) {
+  agent_watch_.Start();
+}
+
+AgentLink::~AgentLink() {
+  Close();
+}
+
+void AgentLink::InLoop(Step step) noexcept {
+  if (ended_) {
+    return;
+  }
+  try {
+    try {
+      (this->*step)();
+    } catch (const AgentError& error) {
+      Lose(error);
+    }
+  } catch (const std::exception& error) {
+    End(std::string("internal inconsistency in the agent's handlers: ") + error.what());
+  } catch (...) {
+    End("internal inconsistency in the agent's handlers: an unknown exception");
+  }
+}
+
+// Connecting ------------------------------------------------------------------
+
+// The session that AgentConnection opens holds commits back, so that none
+// falls between what is loaded, or was applied, and the first notification.
+void AgentLink::Connect() {
+  if (connection_) {
+    return;
+  }
+  retry_.reset();
+  connection_.emplace(interface_.Agent());
+  const cdb_txid txid = connection_->ReadTxid();
+  const bool first = !config_.IsLoaded();
+  if (!first && !config_.IsAt(txid)) {
+    End("the configuration has moved on while the agent was away; the program has to start anew");
+    return;
+  }
+  connection_->Subscribe(interface_.Agent(), config_.Handlers());
+  if (first) {
+    TellConnected();
+    config_.Load(*connection_, txid);
+    connection_->EndSession();
+  } else {
+    connection_->EndSession();
+    TellConnected();
+  }
+  config_.ApplyInitial();
+  // Callpoints and the action point are registered here: the mirror stands,
+  // and nobody has been told yet that the agent is up.
+  Serve();
+}
+
+void AgentLink::TellConnected() {
+  interface_.SetConnected(true);
+  told_ = true;
+  for (BaseHandler* handler : handlers_) {
+    handler->ConfdConnected(phase_);
+  }
+}
+
+void AgentLink::Serve() {
+  data_watch_ = WatchSocket(loop_, connection_->DataSocket(), OnDataSocket, this);
+  subscription_watch_ =
+      WatchSocket(loop_, connection_->SubscriptionSocket(), OnSubscriptionSocket, this);
+  agent_watch_.Stop();
+  serving_ = true;
+  last_failure_.clear();
+  Log(log_, kInfo, std::string("Connected to the agent at ") + interface_.Agent().Path());
+  velmw::AnnounceAgentState(middleware_, velmw::AgentState::kUp);
+  if (!std::exchange(was_ready_, true)) {
+    velmw::NotifyReady(middleware_);
+  }
+}
+
+// Serving ---------------------------------------------------------------------
+
+void AgentLink::TakeCommit() {
+  config_.TakeCommit(*connection_);
+}
+
+void AgentLink::CheckDataSocket() {
+  connection_->CheckDataSocket();
+}
+
+// Losing ----------------------------------------------------------------------
+
+void AgentLink::Lose(const AgentError& error) {
+  const bool was_serving = serving_;
+  TellLoss();
+  Close();
+  if (config_.IsPartial()) {
+    End(std::string("the agent was lost during the initial load of the configuration, which "
+                    "happens once in a process's life: ") +
+        error.what());
+  } else if (was_serving) {
+    Log(log_, kTolerated, std::string("Lost the agent: ") + error.what());
+    agent_watch_.Start();
+  } else {
+    Await(error);
+  }
+}
+
+void AgentLink::TellLoss() {
+  interface_.SetConnected(false);
+  if (std::exchange(told_, false)) {
+    for (BaseHandler* handler : handlers_) {
+      handler->ConfdDisconnected();
+    }
+  }
+  if (std::exchange(serving_, false)) {
+    velmw::AnnounceAgentState(middleware_, velmw::AgentState::kDown);
+  }
+}
+
+void AgentLink::Await(const AgentError& error) {
+  if (last_failure_ != error.what()) {
+    last_failure_ = error.what();
+    Log(log_, kTolerated, "Waiting for the agent: " + last_failure_);
+  }
+  if (dynamic_cast<const AgentAbsent*>(&error) == nullptr) {
+    retry_ = CallLater(loop_, kRetryUsec, OnRetry, this);
+  }
+}
+
+void AgentLink::End(const std::string& reason) {
+  ended_ = true;
+  Close();
+  agent_watch_.Stop();
+  Log(log_, kError, reason);
+  velmw::EndLoopWithError(middleware_, reason.c_str());
+}
+
+void AgentLink::Close() {
+  retry_.reset();
+  subscription_watch_.reset();
+  data_watch_.reset();
+  interface_.SetConnected(false);
+  connection_.reset();
+}
+
+// From the loop ---------------------------------------------------------------
+
+int AgentLink::OnDataSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::CheckDataSocket);
+  return 0;
+}
+
+int AgentLink::OnSubscriptionSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::TakeCommit);
+  return 0;
+}
+
+int AgentLink::OnRetry(sd_event_source*, std::uint64_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::Connect);
+  return 0;
+}
+
+}  // namespace velconfd

@@ -1,0 +1,95 @@
+// Keeps the handlers connected to the agent: from its appearance to its loss
+// and back, as one small state machine in the middleware loop.
+//
+//   waiting ── the agent appears ──▶ connecting ── all steps done ──▶ serving
+//      ▲                                 │                              │
+//      └────────── agent lost ───────────┴──────────────────────────────┘
+//
+// Every step makes two things of a failure. AgentError means that the
+// connection is lost, and the link waits for the agent again. Anything else,
+// an exception of a handler above all, means that nobody knows any more what
+// the handlers hold, and ends the loop with an error; so does an agent that
+// comes back with another configuration than the handlers hold. The service
+// manager then starts the program anew. After that, and after the destructor,
+// no handler is called.
+#ifndef VELCONFD_AGENT_LINK_H
+#define VELCONFD_AGENT_LINK_H
+
+#include <connect.h>
+#include <event_source.h>
+#include <velmidware_loop.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "agent_connection.h"
+#include "agent_error.h"
+#include "handler_config.h"
+#include "velconfd/handlers.h"
+#include "velconfd_interface.h"
+
+namespace velconfd {
+
+class AgentLink {
+ public:
+  // `handlers`: all of them, in the order in which they are told of the
+  // connection; `config_handlers` those that hold configuration. All borrowed.
+  AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name,
+            std::vector<BaseHandler*> handlers, std::vector<ConfigHandler*> config_handlers,
+            ELEM_CONFD_PHASE_ET phase);
+  ~AgentLink();
+
+  AgentLink(const AgentLink&) = delete;
+  AgentLink& operator=(const AgentLink&) = delete;
+
+  VelConfdInterface& Interface() { return interface_; }
+
+ private:
+  using Step = void (AgentLink::*)();
+  void InLoop(Step step) noexcept;
+
+  void Connect();
+  void TellConnected();
+  void Serve();
+
+  void TakeCommit();
+  void CheckDataSocket();
+
+  void Lose(const AgentError& error);
+  void TellLoss();
+  void Await(const AgentError& error);
+  void End(const std::string& reason);
+  void Close();
+
+  static int OnDataSocket(sd_event_source* source, int fd, std::uint32_t events,
+                          void* self) noexcept;
+  static int OnSubscriptionSocket(sd_event_source* source, int fd, std::uint32_t events,
+                                  void* self) noexcept;
+  static int OnRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;
+
+  velmw_t* middleware_;
+  sd_event* loop_;
+  zlog_category_s* log_;
+  std::vector<BaseHandler*> handlers_;
+  ELEM_CONFD_PHASE_ET phase_;
+
+  HandlerConfig config_;
+  VelConfdInterface interface_;
+  std::optional<AgentConnection> connection_;
+  bool told_ = false;  // the handlers, of the connection
+  bool serving_ = false;
+  bool was_ready_ = false;
+  bool ended_ = false;
+  std::string last_failure_;  // to connect; logged once
+
+  ipc::SocketWatch agent_watch_;
+  ipc::EventSource data_watch_;
+  ipc::EventSource subscription_watch_;
+  ipc::EventSource retry_;
+};
+
+}  // namespace velconfd
+
+#endif

@@ -1,0 +1,17 @@
+#include "log.h"
+
+#include <zlog.h>
+
+#include <cstring>
+
+namespace velconfd {
+
+void Log(zlog_category_s* category, LogLevel level, const std::string& text, const char* file,
+         const char* function, int line) {
+  if (category != nullptr) {
+    zlog(category, file, std::strlen(file), function, std::strlen(function), line, level, "%s",
+         text.c_str());
+  }
+}
+
+}  // namespace velconfd
