@@ -1,0 +1,100 @@
+// The handlers' CDB sessions.
+#include <optional>
+
+#include "framework_test.h"
+
+using testing::ElementsAre;
+
+namespace test {
+namespace {
+
+using SessionTest = FrameworkTest;
+
+TEST_F(SessionTest, WithoutAConnectionThereIsNoSocket) {
+  EXPECT_EQ(VelConfdCdbSession(nullptr).Socket(), -1);
+  Build();
+  EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
+}
+
+TEST_F(SessionTest, OpensTheDatastoreAndEndsWithTheObject) {
+  Start();
+  {
+    const VelConfdStatusSession session(status_.Connection());
+    EXPECT_GE(session.Socket(), 0);
+    EXPECT_EQ(agent_.SessionsOpen(), 1);
+  }
+  { const VelConfdCdbSession session(status_.Connection()); }
+  EXPECT_EQ(agent_.SessionsOpen(), 0);
+  EXPECT_THAT(journal_, ElementsAre("session 3", "end session", "session 1", "end session"));
+}
+
+TEST_F(SessionTest, OneSocketServesSessionsThatFollowEachOther) {
+  Start();
+  { const VelConfdStatusSession session(status_.Connection()); }
+  const auto connections = agent_.OpenConnections();
+  { const VelConfdCdbSession session(status_.Connection()); }
+  EXPECT_EQ(agent_.OpenConnections(), connections);
+}
+
+TEST_F(SessionTest, ASessionInsideAnotherHasItsOwnSocket) {
+  Start();
+  const VelConfdStatusSession outer(status_.Connection());
+  const VelConfdCdbSession inner(status_.Connection());
+  EXPECT_GE(inner.Socket(), 0);
+  EXPECT_NE(inner.Socket(), outer.Socket());
+}
+
+TEST_F(SessionTest, AreThereWhenTheHandlersAreToldOfTheConnection) {
+  std::optional<int> socket;
+  reactions_["status connected 2"] = [&] {
+    socket = VelConfdStatusSession(status_.Connection()).Socket();
+  };
+  Start();
+  ASSERT_TRUE(socket);
+  EXPECT_GE(*socket, 0);
+}
+
+TEST_F(SessionTest, AreGoneWhenTheHandlersAreToldOfTheLoss) {
+  std::optional<int> socket;
+  reactions_["status disconnected"] = [&] {
+    socket = VelConfdStatusSession(status_.Connection()).Socket();
+  };
+  Start();
+  agent_.Die();
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_EQ(socket, -1);
+}
+
+TEST_F(SessionTest, ASocketThatTheAgentClosedWhileIdleIsReplaced) {
+  Start();
+  { const VelConfdStatusSession session(status_.Connection()); }
+  agent_.Refuse("session");
+  EXPECT_GE(VelConfdStatusSession(status_.Connection()).Socket(), 0);
+}
+
+TEST_F(SessionTest, ARefusedSessionHasNoSocketAndTheNextMay) {
+  Start();
+  agent_.Refuse("session");
+  EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
+  EXPECT_GE(VelConfdStatusSession(status_.Connection()).Socket(), 0);
+}
+
+TEST_F(SessionTest, ADeadAgentLeavesNoSocketEvenBeforeTheLossIsNoticed) {
+  Start();
+  { const VelConfdStatusSession session(status_.Connection()); }
+  agent_.Die();
+  EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
+}
+
+TEST_F(SessionTest, ASocketOfTheLostAgentIsNotUsedAgain) {
+  Start();
+  {
+    const VelConfdStatusSession session(status_.Connection());
+    agent_.HangUp(CDB_SUBSCRIPTION_SOCKET);
+    ASSERT_TRUE(Await("agent up"));
+  }
+  EXPECT_EQ(agent_.OpenConnections(), 2U);
+}
+
+}  // namespace
+}  // namespace test
