@@ -1,0 +1,35 @@
+#include "agent.h"
+
+namespace agentd {
+
+Agent::Agent(sd_event* loop, const Options& options)
+    : runtime_lock_(options.runtime_dir, "agentd"),
+      state_lock_(options.state_dir, "agentd"),
+      model_(options.yang_dir),
+      store_(options.state_dir / "running.db"),
+      datastore_(model_, store_),
+      candidate_(model_, datastore_),
+      announcement_(loop, model_, subscriptions_, options.subscriber_timeout),
+      commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),
+      status_([this] { return ReadStatus(); }),
+      server_(loop, options.runtime_dir / "agentd.sock", options.port,
+              {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
+               status_}) {
+  commits_.OnProgress([this] { status_.Changed(); });
+}
+
+cfm::agent::Status Agent::ReadStatus() const {
+  cfm::agent::Status status;
+  status.set_txid(Txid());
+  status.set_commit_in_progress(commits_.IsBusy());
+  status.set_candidate_open(candidate_.IsOpen());
+  status.set_database(store_.File().native());
+  for (const Listener* listener : subscriptions_.All()) {
+    for (const std::int32_t priority : PrioritiesOf(*listener)) {
+      listener->Describe(priority, *status.add_subscribers());
+    }
+  }
+  return status;
+}
+
+}  // namespace agentd

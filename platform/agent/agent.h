@@ -1,0 +1,50 @@
+// The whole agent on one event loop: what main builds, and what tests build
+// in its stead.
+#ifndef AGENT_AGENT_H
+#define AGENT_AGENT_H
+
+#include <systemd/sd-event.h>
+
+#include "announcement.h"
+#include "candidate.h"
+#include "commit_queue.h"
+#include "datastore.h"
+#include "instance_lock.h"
+#include "lock_table.h"
+#include "model.h"
+#include "options.h"
+#include "server.h"
+#include "status_board.h"
+#include "store.h"
+#include "subscriptions.h"
+
+namespace agentd {
+
+class Agent {
+ public:
+  // Takes the locks of both directories, loads the running configuration and
+  // listens. Throws std::exception with one line of text.
+  Agent(sd_event* loop, const Options& options);
+
+  std::uint64_t Txid() const { return datastore_.Running()->Txid(); }
+
+ private:
+  cfm::agent::Status ReadStatus() const;
+
+  ipc::InstanceLock runtime_lock_;
+  ipc::InstanceLock state_lock_;
+  Model model_;
+  Store store_;
+  Datastore datastore_;
+  Candidate candidate_;
+  LockTable locks_;
+  Subscriptions subscriptions_;
+  Announcement announcement_;
+  CommitQueue commits_;
+  StatusBoard status_;
+  Server server_;
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,99 @@
+#include "announcement.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "change_report.h"
+
+namespace agentd {
+
+Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptions& subscriptions,
+                           std::chrono::microseconds timeout)
+    : model_(model),
+      subscriptions_(subscriptions),
+      timeout_(timeout),
+      timer_(loop, [this] { OnTimeout(); }) {}
+
+void Announcement::Begin(std::uint64_t txid, cfm::agent::Change changes, Done done) {
+  txid_ = txid;
+  changes_ = std::move(changes);
+  priorities_ = PrioritiesOf(subscriptions_.All());
+  warnings_.clear();
+  done_ = std::move(done);
+  NextPriority();
+}
+
+void Announcement::NextPriority() {
+  while (pending_.empty() && !priorities_.empty()) {
+    const std::int32_t priority = *priorities_.begin();
+    priorities_.erase(priorities_.begin());
+    for (Listener* listener : subscriptions_.All()) {
+      if (NotifyOne(*listener, priority)) {
+        pending_.push_back(listener);
+      }
+    }
+  }
+  if (!pending_.empty()) {
+    timer_.Set(timeout_);
+    return;
+  }
+  changes_.Clear();
+  std::exchange(done_, nullptr)(std::exchange(warnings_, {}));
+}
+
+bool Announcement::NotifyOne(Listener& listener, std::int32_t priority) {
+  cfm::agent::Notification notification;
+  for (const SubscribedPoint& point : listener.Points()) {
+    if (point.priority == priority && Touches(model_, changes_, point.path)) {
+      notification.add_points(point.id);
+    }
+  }
+  if (notification.points_size() == 0) {
+    return false;
+  }
+  notification.set_txid(txid_);
+  *notification.mutable_root() = changes_;
+  listener.Notify(notification);
+  return true;
+}
+
+bool Announcement::Synced(const Listener* listener) {
+  if (std::erase(pending_, listener) == 0) {
+    return false;
+  }
+  Settle();
+  return true;
+}
+
+void Announcement::Lost(const Listener* listener) {
+  if (std::erase(pending_, listener) > 0) {
+    warnings_.push_back("subscriber " + listener->Describe() +
+                        " was lost before it had dealt with the change; the change is committed");
+    Settle();
+  }
+}
+
+void Announcement::Settle() {
+  if (pending_.empty()) {
+    timer_.Cancel();
+    NextPriority();
+  }
+}
+
+void Announcement::OnTimeout() {
+  // Dropping destroys the listener, which then finds itself not pending.
+  for (const Listener* late : std::exchange(pending_, {})) {
+    warnings_.push_back("subscriber " + late->Describe() +
+                        " did not answer in time and was "
+                        "disconnected; the change is committed");
+    for (Listener* listener : std::vector<Listener*>(subscriptions_.All())) {
+      if (listener == late) {
+        listener->Drop("no answer to the notification of commit " + std::to_string(txid_));
+        break;
+      }
+    }
+  }
+  NextPriority();
+}
+
+}  // namespace agentd

@@ -1,0 +1,46 @@
+// The one candidate configuration, shared by all front ends.
+#ifndef AGENT_CANDIDATE_H
+#define AGENT_CANDIDATE_H
+
+#include "agent.pb.h"
+#include "datastore.h"
+
+namespace agentd {
+
+class Candidate {
+ public:
+  Candidate(const Model& model, const Datastore& datastore)
+      : model_(model), datastore_(datastore) {}
+
+  bool IsOpen() const { return base_ != nullptr; }
+  // Null when it is not open.
+  const lyd_node* Top() const { return tree_.get(); }
+
+  // Opens the candidate from running when it is not open. An edit that is
+  // refused leaves everything as it was.
+  Problems Apply(const cfm::agent::Edit& edit);
+  Problems Discard();
+
+  // Whether it could be committed as far as the model is concerned.
+  Problems Validate() const;
+
+  // The tree to commit; refused when running has moved on since the candidate
+  // was opened. Until EndCommit nothing may change the candidate.
+  Result<Tree> BeginCommit();
+  // Committed, it is closed; else it stays as it was.
+  void EndCommit(bool committed);
+
+  // What it changes against running as it is now.
+  std::vector<cfm::agent::DiffLine> Lines() const;
+
+ private:
+  const Model& model_;
+  const Datastore& datastore_;
+  SnapshotPtr base_;
+  Tree tree_;
+  bool committing_ = false;
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,92 @@
+#include "connection.h"
+
+#include "frame.h"
+#include "log.h"
+#include "model.h"
+
+namespace agentd {
+namespace {
+
+constexpr std::uint32_t kProtocolVersion = 1;
+constexpr std::int64_t kEventPriority = 0;
+
+bool IsConfdRole(cfm::agent::Role role) {
+  return role != cfm::agent::ROLE_FRONT_END;
+}
+
+}  // namespace
+
+Connection::Connection(sd_event* loop, ipc::UniqueFd socket, pid_t pid, Origin origin,
+                       const Services& services, Forget forget)
+    : services_(services),
+      forget_(std::move(forget)),
+      pid_(pid),
+      origin_(origin),
+      channel_(
+          loop, std::move(socket), kEventPriority,
+          [this](std::string_view payload) { OnFrame(payload); },
+          [this](const std::string& reason) { OnClosed(reason); }) {}
+
+void Connection::Drop(const std::string& reason) {
+  AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
+  channel_.Close();
+  forget_(this);
+}
+
+void Connection::OnFrame(std::string_view payload) {
+  if (role_ == nullptr) {
+    cfm::agent::Hello hello;
+    ipc::ParsePayload(payload, hello);
+    OnHello(hello);
+    return;
+  }
+  cfm::agent::Request request;
+  ipc::ParsePayload(payload, request);
+  role_->Handle(request);
+}
+
+std::string Connection::Objection(const cfm::agent::Hello& hello) const {
+  if (hello.version() != kProtocolVersion) {
+    return "agentd speaks version " + std::to_string(kProtocolVersion) +
+           " of its protocol and the program speaks version " + std::to_string(hello.version()) +
+           ": install matching versions";
+  }
+  if (origin_ == Origin::kLoopback && !IsConfdRole(hello.role())) {
+    return "front ends connect to the local socket of agentd only";
+  }
+  return {};
+}
+
+void Connection::OnHello(const cfm::agent::Hello& hello) {
+  if (!hello.name().empty()) {
+    name_ = hello.name();
+  }
+  cfm::agent::HelloReply reply;
+  reply.set_error(Objection(hello));
+  std::shared_ptr<Role> role =
+      reply.error().empty() ? MakeRole(hello.role(), services_, *this) : nullptr;
+  if (reply.error().empty() && role == nullptr) {
+    reply.set_error("agentd has no role " + std::to_string(hello.role()));
+  }
+  if (reply.error().empty()) {
+    for (const auto& [tag, name] : services_.model.Names()) {
+      auto* entry = reply.add_tags();
+      entry->set_tag(tag);
+      entry->set_name(name);
+    }
+  }
+  channel_.Send(reply);
+  if (role == nullptr) {
+    throw ipc::ProtocolError("refused: " + reply.error());
+  }
+  role_ = std::move(role);
+}
+
+void Connection::OnClosed(const std::string& reason) {
+  if (reason != "closed by the peer") {
+    AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
+  }
+  forget_(this);
+}
+
+}  // namespace agentd

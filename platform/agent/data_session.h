@@ -1,0 +1,38 @@
+// A CDB data connection: sessions that read one state of the configuration.
+#ifndef AGENT_DATA_SESSION_H
+#define AGENT_DATA_SESSION_H
+
+#include <optional>
+
+#include "role.h"
+#include "snapshot.h"
+
+namespace agentd {
+
+class DataSession : public Role {
+ public:
+  DataSession(const Services& services, Peer& peer) : services_(services), peer_(peer) {}
+  ~DataSession() override;
+
+  void Handle(const cfm::agent::Request& request) override;
+
+ private:
+  enum class State { kClosed, kWaitingForLock, kOpen, kRefused };
+
+  void Start(const cfm::agent::StartSession& request);
+  void Open(const cfm::agent::StartSession& request);
+  void Refuse(const cfm::agent::StartSession& request, Problem problem);
+  void End();
+  void Fetch(const cfm::agent::Fetch& request);
+  void SendTxid();
+
+  Services services_;
+  Peer& peer_;
+  State state_ = State::kClosed;
+  SnapshotPtr snapshot_;  // while open
+  Problem refusal_;       // while refused: an answer to the first read
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,40 @@
+// A front end: whoever edits and shows the configuration for people.
+#ifndef AGENT_FRONT_END_H
+#define AGENT_FRONT_END_H
+
+#include "commit_queue.h"
+#include "role.h"
+
+namespace agentd {
+
+class FrontEnd : public Role {
+ public:
+  FrontEnd(const Services& services, Peer& peer) : services_(services), peer_(peer) {}
+  ~FrontEnd() override;
+
+  void Handle(const cfm::agent::Request& request) override;
+
+ private:
+  void Get(const cfm::agent::Get& request);
+  void Edit(const cfm::agent::Edit& request);
+  void ValidateCandidate();
+  void CommitCandidate();
+  void DiscardCandidate();
+  void DiffCandidate();
+  void SendStatus();
+  void WatchStatus();
+
+  Problems TestOnly(const cfm::agent::Edit& request) const;
+  // Queues a commit; its end is answered when the front end is still there.
+  void Commit(std::function<Result<Tree>()> make,
+              std::function<void(const CommitResult&)> at_end = {});
+  void Answer(const CommitResult& result);
+
+  Services services_;
+  Peer& peer_;
+  bool committing_ = false;
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,68 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+
+#include "paths.h"
+
+namespace agentd {
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  agentd\n"
+    "  agentd --runtime-dir /tmp/e1/run --state-dir /tmp/e1/state --yang-dir ./model\n"
+    "\n"
+    "The environment variables CFM_RUNTIME_DIR, CFM_STATE_DIR and CFM_YANG_DIR stand in for\n"
+    "options that are not given.";
+
+std::filesystem::path DefaultYangDirectory() {
+  const char* value = std::getenv("CFM_YANG_DIR");
+  return value != nullptr && *value != '\0' ? value : AGENT_YANG_DIR;
+}
+
+}  // namespace
+
+ParsedOptions ParseOptions(int argc, char** argv) {
+  ParsedOptions parsed;
+  Options& options = parsed.options;
+  options.runtime_dir = ipc::RuntimeDirectory();
+  options.state_dir = ipc::StateDirectory();
+  options.yang_dir = DefaultYangDirectory();
+  double timeout = std::chrono::duration<double>(options.subscriber_timeout).count();
+  std::uint16_t port = 0;
+
+  CLI::App app("Management agent: keeps the configuration and tells programs of its changes.",
+               "agentd");
+  app.footer(kExamples);
+  app.set_version_flag("--version", "agentd " AGENT_VERSION);
+  app.add_option("--runtime-dir", options.runtime_dir, "Directory of the socket agentd.sock")
+      ->capture_default_str();
+  app.add_option("--state-dir", options.state_dir, "Directory of the database running.db")
+      ->capture_default_str();
+  app.add_option("--yang-dir", options.yang_dir, "Directory of the YANG modules")
+      ->capture_default_str();
+  app.add_option("--subscriber-timeout", timeout,
+                 "Seconds that a subscriber may take over a change, and a commit may wait for a "
+                 "lock")
+      ->check(CLI::Range(0.001, 3600.0))
+      ->capture_default_str();
+  const auto* port_option =
+      app.add_option("--port", port,
+                     "Also listen on this port of 127.0.0.1, for programs on the ConfD API; every "
+                     "local user can connect there")
+          ->check(CLI::Range(1, 65535));
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    parsed.exit_status = app.exit(error);
+    return parsed;
+  }
+  options.subscriber_timeout = std::chrono::microseconds(static_cast<std::int64_t>(timeout * 1e6));
+  if (port_option->count() > 0) {
+    options.port = port;
+  }
+  return parsed;
+}
+
+}  // namespace agentd

@@ -1,0 +1,67 @@
+// What a connection turns into once it has said what it is for.
+#ifndef AGENT_ROLE_H
+#define AGENT_ROLE_H
+
+#include <sys/types.h>
+
+#include <memory>
+#include <string>
+
+#include "agent.pb.h"
+#include "problem.h"
+
+namespace agentd {
+
+class Announcement;
+class Candidate;
+class CommitQueue;
+class Datastore;
+class LockTable;
+class Model;
+class StatusBoard;
+class Subscriptions;
+
+// What the roles work on; outlives them.
+struct Services {
+  const Model& model;
+  Datastore& datastore;
+  Candidate& candidate;
+  LockTable& locks;
+  Subscriptions& subscriptions;
+  Announcement& announcement;
+  CommitQueue& commits;
+  StatusBoard& status;
+};
+
+// The other end of a connection.
+class Peer {
+ public:
+  virtual ~Peer() = default;
+  virtual void Send(const cfm::agent::FromAgent& message) = 0;
+  // Ends the connection with a line in the log and destroys the role. Not
+  // from inside Role::Handle: that throws ipc::ProtocolError instead.
+  virtual void Drop(const std::string& reason) = 0;
+  virtual const std::string& Name() const = 0;
+  virtual pid_t Pid() const = 0;
+  std::string Describe() const { return Name() + " (process " + std::to_string(Pid()) + ")"; }
+};
+
+class Role : public std::enable_shared_from_this<Role> {
+ public:
+  virtual ~Role() = default;
+  // Throws ipc::ProtocolError when the request is out of place; the
+  // connection then ends.
+  virtual void Handle(const cfm::agent::Request& request) = 0;
+};
+
+// The role that Hello asks for; null when there is no such role.
+std::shared_ptr<Role> MakeRole(cfm::agent::Role wanted, const Services& services, Peer& peer);
+
+void SendReply(Peer& peer, cfm::agent::Reply reply);
+// A reply that holds the problems, or says that there is none.
+void SendProblems(Peer& peer, const Problems& problems);
+void AddProblems(const Problems& problems, cfm::agent::Reply& reply);
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,52 @@
+#include "server.h"
+
+#include <unistd.h>
+
+#include "frame.h"
+#include "log.h"
+
+namespace agentd {
+namespace {
+
+constexpr std::int64_t kEventPriority = 0;
+
+}  // namespace
+
+bool MayConnect(const ipc::Peer& peer) {
+  return peer.uid == geteuid() || peer.uid == 0 || peer.gid == getegid();
+}
+
+Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
+               const Services& services)
+    : loop_(loop),
+      services_(services),
+      listener_(loop, path, kEventPriority, [this](ipc::UniqueFd socket, const ipc::Peer& peer) {
+        Accept(std::move(socket), peer);
+      }) {
+  if (port) {
+    loopback_.emplace(loop, *port, kEventPriority, [this](ipc::UniqueFd socket) {
+      Add(std::move(socket), 0, Connection::Origin::kLoopback);
+    });
+  }
+}
+
+void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
+  if (MayConnect(peer)) {
+    Add(std::move(socket), peer.pid, Connection::Origin::kLocalSocket);
+    return;
+  }
+  AGENT_LOG_WARNING("connection of process %d refused: user %u may not", peer.pid, peer.uid);
+  cfm::agent::HelloReply reply;
+  reply.set_error("user " + std::to_string(peer.uid) +
+                  " may not connect to agentd: become a member of its group");
+  ipc::SendFrame(socket.Get(), reply);
+}
+
+void Server::Add(ipc::UniqueFd socket, pid_t pid, Connection::Origin origin) {
+  auto connection =
+      std::make_unique<Connection>(loop_, std::move(socket), pid, origin, services_,
+                                   [this](Connection* gone) { connections_.erase(gone); });
+  connections_.emplace(connection.get(), std::move(connection));
+}
+
+}  // namespace agentd

@@ -1,0 +1,40 @@
+// The agent's doors: who comes in and becomes a connection.
+#ifndef AGENT_SERVER_H
+#define AGENT_SERVER_H
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+
+#include "connection.h"
+#include "loopback_listener.h"
+
+namespace agentd {
+
+// Whether the credentials of a peer let it in: the agent's own user, root,
+// and the agent's group may come.
+bool MayConnect(const ipc::Peer& peer);
+
+class Server {
+ public:
+  // Listens at the path and, with a port, on 127.0.0.1 for programs on the
+  // ConfD API. Throws std::system_error.
+  Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
+         const Services& services);
+
+ private:
+  void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);
+  void Add(ipc::UniqueFd socket, pid_t pid, Connection::Origin origin);
+
+  sd_event* loop_;
+  Services services_;
+  std::map<Connection*, std::unique_ptr<Connection>> connections_;
+  ipc::Listener listener_;
+  std::optional<LoopbackListener> loopback_;
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,28 @@
+#include "status_board.h"
+
+namespace agentd {
+
+void StatusBoard::Tell(Entry& entry, const cfm::agent::Status& status, const std::string& text) {
+  entry.last = text;
+  entry.watcher(status);
+}
+
+void StatusBoard::Watch(const void* owner, Watcher watcher) {
+  const cfm::agent::Status status = Read();
+  Tell(watchers_[owner] = {std::move(watcher), {}}, status, status.SerializeAsString());
+}
+
+void StatusBoard::Changed() {
+  if (watchers_.empty()) {
+    return;
+  }
+  const cfm::agent::Status status = Read();
+  const std::string text = status.SerializeAsString();
+  for (auto& [owner, entry] : watchers_) {
+    if (entry.last != text) {
+      Tell(entry, status, text);
+    }
+  }
+}
+
+}  // namespace agentd

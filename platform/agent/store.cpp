@@ -1,0 +1,164 @@
+#include "store.h"
+
+#include "sqlite.h"
+
+namespace agentd {
+namespace {
+
+// "cfmR": which program the file belongs to (PRAGMA application_id).
+constexpr std::int64_t kApplication = 0x63666d52;
+constexpr std::int64_t kFormat = 1;  // PRAGMA user_version
+
+constexpr const char* kSchema =
+    "BEGIN;"
+    "CREATE TABLE node(path TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE state(name TEXT PRIMARY KEY, value INTEGER NOT NULL) WITHOUT ROWID;"
+    "INSERT INTO state VALUES('txid', 0);"
+    "PRAGMA application_id=1667657042;"
+    "PRAGMA user_version=1;"
+    "COMMIT;";
+static_assert(kApplication == 1667657042);
+
+void Execute(sqlite3* database, const char* sql, const char* operation) {
+  if (sqlite3_exec(database, sql, nullptr, nullptr, nullptr) != SQLITE_OK) {
+    throw SqliteError(database, operation);
+  }
+}
+
+std::int64_t Pragma(sqlite3* database, const std::string& name) {
+  Statement statement(database, "PRAGMA " + name);
+  return statement.Step() ? statement.Number(0) : 0;
+}
+
+bool IsEmpty(sqlite3* database) {
+  Statement statement(database, "SELECT count(*) FROM sqlite_schema");
+  return statement.Step() && statement.Number(0) == 0;
+}
+
+const char* Advice(int code) {
+  switch (code & 0xff) {
+    case SQLITE_FULL:
+      return "make room on the file system and commit again";
+    case SQLITE_READONLY:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PERM:
+      return "make the directory and the file writable for agentd and commit again";
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return "stop agentd, put a good copy of the file in its place and start it again";
+    default:
+      return "look after the disk and the file system and commit again";
+  }
+}
+
+}  // namespace
+
+void Store::Close::operator()(sqlite3* database) const {
+  sqlite3_close_v2(database);
+}
+
+Store::Store(const std::filesystem::path& file) : file_(file) {
+  try {
+    Open();
+    CheckOwner();
+    CheckIntegrity();
+    Statement txid(database_.get(), "SELECT value FROM state WHERE name = 'txid'");
+    txid_ = txid.Step() ? static_cast<std::uint64_t>(txid.Number(0)) : 0;
+  } catch (const SqliteError& error) {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': " + error.what() +
+                             "; put a good copy of the file in its place, or move it away to "
+                             "begin with an empty configuration");
+  }
+}
+
+void Store::Open() {
+  sqlite3* database = nullptr;
+  const int result = sqlite3_open_v2(file_.c_str(), &database,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  database_.reset(database);
+  if (result != SQLITE_OK) {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': " + sqlite3_errmsg(database) +
+                             "; make its directory writable for agentd, or name another with "
+                             "--state-dir");
+  }
+  if (sqlite3_db_readonly(database, "main") == 1) {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': it is read-only; make it writable for agentd");
+  }
+}
+
+void Store::CheckOwner() {
+  sqlite3* database = database_.get();
+  const bool is_new = IsEmpty(database);
+  if (!is_new && (Pragma(database, "application_id") != kApplication ||
+                  Pragma(database, "user_version") != kFormat)) {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': the database is another program's or another version's; move "
+                             "it away, or name another directory with --state-dir");
+  }
+  Execute(database, "PRAGMA journal_mode=WAL", "switch to a write-ahead log");
+  Execute(database, "PRAGMA synchronous=FULL", "switch to synchronous writing");
+  if (is_new) {
+    Execute(database, kSchema, "make the tables");
+  }
+}
+
+void Store::CheckIntegrity() {
+  Statement check(database_.get(), "PRAGMA quick_check(1)");
+  if (check.Step() && check.Text(0) != "ok") {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': it is damaged: " + std::string(check.Text(0)) +
+                             "; put a good copy of the file in its place, or move it away to "
+                             "begin with an empty configuration");
+  }
+}
+
+void Store::ForEachRow(
+    const std::function<void(std::string_view path, std::string_view value)>& row) {
+  Statement rows(database_.get(), "SELECT path, value FROM node ORDER BY path");
+  while (rows.Step()) {
+    row(rows.Text(0), rows.Text(1));
+  }
+}
+
+void Store::Write(std::uint64_t txid, const std::vector<RowChange>& changes) {
+  sqlite3* database = database_.get();
+  Statement put(database, "INSERT OR REPLACE INTO node VALUES(?1, ?2)");
+  Statement drop(database, "DELETE FROM node WHERE path = ?1");
+  Statement drop_below(database, "DELETE FROM node WHERE path >= ?1 AND path < ?2");
+  Statement number(database, "UPDATE state SET value = ?1 WHERE name = 'txid'");
+  Execute(database, "BEGIN IMMEDIATE", "begin a transaction");
+  for (const RowChange& change : changes) {
+    if (change.kind == RowChange::Kind::kPut) {
+      put.Bind(1, change.path).Bind(2, change.value).Run();
+      continue;
+    }
+    drop.Bind(1, change.path).Run();
+    if (change.kind == RowChange::Kind::kDropSubtree) {
+      // '0' is the character after '/'.
+      const std::string first = change.path + "/";
+      const std::string last = change.path + "0";
+      drop_below.Bind(1, first).Bind(2, last).Run();
+    }
+  }
+  number.Bind(1, static_cast<std::int64_t>(txid)).Run();
+  Execute(database, "COMMIT", "commit");
+}
+
+Problems Store::Commit(std::uint64_t txid, const std::vector<RowChange>& changes) {
+  try {
+    Write(txid, changes);
+  } catch (const SqliteError& error) {
+    if (sqlite3_get_autocommit(database_.get()) == 0) {
+      sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+    return {{.message = "store the configuration in '" + file_.native() + "': " + error.what() +
+                        "; nothing was changed: " + Advice(error.Code())}};
+  }
+  txid_ = txid;
+  return {};
+}
+
+}  // namespace agentd

@@ -1,0 +1,58 @@
+// The running configuration on disk: an SQLite database (write-ahead log,
+// synchronous=FULL), so that a commit is there or not at all. One row per
+// explicit leaf, leaf-list element, list entry and presence container, under
+// its instance path; what is written follows the change.
+#ifndef AGENT_STORE_H
+#define AGENT_STORE_H
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "difference.h"
+
+struct sqlite3;
+
+namespace agentd {
+
+class Store {
+ public:
+  // Opens the database, or makes it. Throws std::runtime_error naming the
+  // file, the cause and what to do when it cannot be used, is damaged, or
+  // belongs to another program.
+  explicit Store(const std::filesystem::path& file);
+
+  const std::filesystem::path& File() const { return file_; }
+  // Number of the last commit; 0 before the first.
+  std::uint64_t Txid() const { return txid_; }
+
+  // Every row, in the order of the paths, so that each comes after what it
+  // stands in.
+  void ForEachRow(const std::function<void(std::string_view path, std::string_view value)>& row);
+
+  // Makes the changes and the number durable. With a problem nothing has
+  // changed, and a later commit may succeed.
+  Problems Commit(std::uint64_t txid, const std::vector<RowChange>& changes);
+
+ private:
+  struct Close {
+    void operator()(sqlite3* database) const;
+  };
+
+  void Open();
+  void CheckOwner();
+  void CheckIntegrity();
+  void Write(std::uint64_t txid, const std::vector<RowChange>& changes);
+
+  std::filesystem::path file_;
+  std::unique_ptr<sqlite3, Close> database_;
+  std::uint64_t txid_ = 0;
+};
+
+}  // namespace agentd
+
+#endif

@@ -1,0 +1,114 @@
+#include "subscriber.h"
+
+#include <confd_lib.h>
+
+#include <confd_cdb.h>
+
+#include <algorithm>
+
+#include "announcement.h"
+#include "frame.h"
+#include "log.h"
+#include "status_board.h"
+
+namespace agentd {
+
+using cfm::agent::Request;
+
+Subscriber::~Subscriber() {
+  if (done_) {
+    AGENT_LOG_INFO("subscriber %s is gone", Describe().c_str());
+    services_.subscriptions.Remove(this);
+    services_.announcement.Lost(this);
+    services_.status.Changed();
+  }
+}
+
+void Subscriber::Handle(const Request& request) {
+  switch (request.request_case()) {
+    case Request::kSubscribe:
+      return Subscribe(request.subscribe());
+    case Request::kSubscribeDone:
+      return Done();
+    case Request::kSubscriptionSync:
+      return Sync(request.subscription_sync());
+    default:
+      throw ipc::ProtocolError("a request that a subscription connection does not have");
+  }
+}
+
+void Subscriber::Subscribe(const cfm::agent::Subscribe& request) {
+  if (done_) {
+    throw ipc::ProtocolError("Subscribe after SubscribeDone");
+  }
+  cfm::agent::Reply reply;
+  if (const Problems problems = AddPoint(request); !problems.empty()) {
+    AddProblems(problems, reply);
+  } else {
+    reply.set_subscription_id(points_.back().id);
+  }
+  SendReply(peer_, std::move(reply));
+}
+
+Problems Subscriber::AddPoint(const cfm::agent::Subscribe& request) {
+  const auto refused = [](const std::string& message, const InstancePath& path) {
+    return Problems{{.message = message, .path = TextOf(path), .code = CONFD_ERR_BADPATH}};
+  };
+  auto path = ResolvePath(services_.model, request.path());
+  if (!path) {
+    return path.Why();
+  }
+  if ((path->back().schema->flags & LYS_CONFIG_W) == 0) {
+    return refused("subscribe: the path is not configuration", *path);
+  }
+  const bool has_position = std::any_of(path->begin(), path->end(),
+                                        [](const PathStep& step) { return bool{step.position}; });
+  if (has_position) {
+    return refused("subscribe: positions change with every commit and cannot be followed", *path);
+  }
+  if (request.name_space() != 0 &&
+      request.name_space() != services_.model.NamespaceOf(*path->front().schema)) {
+    return refused("subscribe: the path is of another namespace", *path);
+  }
+  points_.push_back({services_.subscriptions.NextPoint(), request.priority(), std::move(*path)});
+  return {};
+}
+
+void Subscriber::Done() {
+  if (done_) {
+    throw ipc::ProtocolError("SubscribeDone twice");
+  }
+  done_ = true;
+  services_.subscriptions.Add(this);
+  AGENT_LOG_INFO("subscriber %s listens at %zu points", Describe().c_str(), points_.size());
+  SendReply(peer_, {});
+  services_.status.Changed();
+}
+
+void Subscriber::Notify(const cfm::agent::Notification& notification) {
+  cfm::agent::FromAgent message;
+  *message.mutable_notification() = notification;
+  peer_.Send(message);
+}
+
+void Subscriber::Sync(const cfm::agent::SubscriptionSync& request) {
+  if (request.type() != CDB_DONE_PRIORITY) {
+    throw ipc::ProtocolError("SubscriptionSync of an unknown type");
+  }
+  if (!services_.announcement.Synced(this)) {
+    throw ipc::ProtocolError("SubscriptionSync without a notification");
+  }
+}
+
+void Subscriber::Describe(std::int32_t priority, cfm::agent::SubscriberStatus& status) const {
+  status.set_name(peer_.Name());
+  status.set_pid(peer_.Pid());
+  status.set_priority(priority);
+  for (const SubscribedPoint& point : points_) {
+    if (point.priority == priority) {
+      status.add_points(TextOf(point.path));
+    }
+  }
+}
+
+}  // namespace agentd

@@ -1,0 +1,21 @@
+#include "subscriptions.h"
+
+namespace agentd {
+
+std::set<std::int32_t> PrioritiesOf(const Listener& listener) {
+  std::set<std::int32_t> priorities;
+  for (const SubscribedPoint& point : listener.Points()) {
+    priorities.insert(point.priority);
+  }
+  return priorities;
+}
+
+std::set<std::int32_t> PrioritiesOf(const std::vector<Listener*>& listeners) {
+  std::set<std::int32_t> priorities;
+  for (const Listener* listener : listeners) {
+    priorities.merge(PrioritiesOf(*listener));
+  }
+  return priorities;
+}
+
+}  // namespace agentd

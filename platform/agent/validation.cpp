@@ -1,0 +1,140 @@
+#include "validation.h"
+
+#include <algorithm>
+#include <set>
+
+#include "instance_path.h"
+
+namespace agentd {
+namespace {
+
+// Names the rules that an invalid tree breaks. libyang stops at the first one
+// and does not tell which it was, so the tree is walked again when, and only
+// when, libyang has refused it.
+class Diagnosis {
+ public:
+  Problems Of(const lyd_node* siblings) {
+    for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+      CheckMusts(*node);
+      CheckMandatory(*node);
+      CheckDuplicate(*node);
+      Of(lyd_child(node));
+    }
+    return problems_;
+  }
+
+ private:
+  void CheckMusts(const lyd_node& node) {
+    const lysc_must* musts = lysc_node_musts(node.schema);
+    LY_ARRAY_COUNT_TYPE i = 0;
+    LY_ARRAY_FOR(musts, i) {
+      const char* expression = lyxp_get_expr(musts[i].cond);
+      ly_bool holds = 0;
+      if (lyd_eval_xpath(&node, expression, &holds) == LY_SUCCESS && holds == 0) {
+        problems_.push_back(
+            {.message = musts[i].emsg != nullptr ? musts[i].emsg : "a condition does not hold",
+             .path = PathOf(node),
+             .rule = expression});
+      }
+    }
+  }
+
+  void CheckMandatory(const lyd_node& node) {
+    for (const lysc_node* child = lysc_node_child(node.schema); child != nullptr;
+         child = child->next) {
+      if (child->nodetype != LYS_LEAF || (child->flags & LYS_MAND_TRUE) == 0 ||
+          lysc_is_key(child)) {
+        continue;
+      }
+      lyd_node* match = nullptr;
+      lyd_find_sibling_val(lyd_child(&node), child, nullptr, 0, &match);
+      if (match == nullptr) {
+        problems_.push_back({.message = "'" + NameOf(*child) + "' is missing",
+                             .path = PathOf(node) + "/" + NameOf(*child),
+                             .rule = "mandatory"});
+      }
+    }
+  }
+
+  // Instances are in order, so those that are equal stand together.
+  void CheckDuplicate(const lyd_node& node) {
+    const lyd_node* next = node.next;
+    if (next != nullptr && next->schema == node.schema &&
+        lyd_compare_single(&node, next, 0) == LY_SUCCESS) {
+      problems_.push_back({.message = "it is there twice", .path = PathOf(node), .rule = "unique"});
+    }
+  }
+
+  Problems problems_;
+};
+
+std::size_t CountBelow(const lyd_node* parent, const Capacity& capacity) {
+  std::size_t count = 0;
+  for (const lyd_node* node = lyd_child(parent); node != nullptr; node = node->next) {
+    count += capacity.counted.contains(node->schema) ? 1 : 0;
+    count += CountBelow(node, capacity);
+  }
+  return count;
+}
+
+std::string CountedNames(const Capacity& capacity) {
+  std::set<std::string> names;
+  for (const lysc_node* node : capacity.counted) {
+    names.insert(node->name);
+  }
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : " and ") + name;
+  }
+  return text;
+}
+
+void CheckCapacity(const lyd_node* siblings, const Capacity& capacity, Problems& problems) {
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    if (node->schema != capacity.node) {
+      CheckCapacity(lyd_child(node), capacity, problems);
+      continue;
+    }
+    const std::size_t count = CountBelow(node, capacity);
+    if (count > capacity.limit) {
+      problems.push_back({.message = std::to_string(count) + " instances of " +
+                                     CountedNames(capacity) +
+                                     " are configured and there is room "
+                                     "for " +
+                                     std::to_string(capacity.limit),
+                          .path = PathOf(*node),
+                          .rule = "capacity " + std::to_string(capacity.limit)});
+    }
+  }
+}
+
+}  // namespace
+
+void AddImplicitNodes(const Model& model, Tree& tree) {
+  lyd_node* top = tree.release();
+  const LY_ERR result = lyd_new_implicit_all(&top, model.Context(), LYD_IMPLICIT_NO_STATE, nullptr);
+  tree.reset(top);
+  CheckYang(result, model.Context(), "add default nodes");
+}
+
+Problems Validate(const Model& model, Tree& tree) {
+  ly_err_clean(model.Context(), nullptr);
+  lyd_node* top = tree.release();
+  const LY_ERR result = lyd_validate_all(&top, model.Context(), LYD_VALIDATE_NO_STATE, nullptr);
+  tree.reset(top);
+  Problems problems;
+  if (result != LY_SUCCESS) {
+    const Problems said = TakeErrors(model.Context(), "the configuration is not valid");
+    problems = Diagnosis().Of(tree.get());
+    ly_err_clean(model.Context(), nullptr);
+    if (problems.empty()) {
+      problems = said;
+    }
+  }
+  for (const Capacity& capacity : model.Capacities()) {
+    CheckCapacity(tree.get(), capacity, problems);
+  }
+  return problems;
+}
+
+}  // namespace agentd
