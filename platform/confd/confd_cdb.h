@@ -85,12 +85,7 @@ enum cdb_subscription_sync_type { CDB_DONE_PRIORITY = 1 };
  * CONFD_EOF when the agent is gone. */
 int cdb_read_subscription_socket(int sock, int sub_points[], int* resultlen);
 
-enum confd_iter_op {
-  MOP_CREATED = 1,
-  MOP_DELETED = 2,
-  MOP_MODIFIED = 3,
-  MOP_VALUE_SET = 4
-};
+enum confd_iter_op { MOP_CREATED = 1, MOP_DELETED = 2, MOP_MODIFIED = 3, MOP_VALUE_SET = 4 };
 
 enum confd_iter_ret {
   ITER_STOP = 1,     /* end the walk */

@@ -13,9 +13,9 @@ extern "C" {
 
 /* A read transaction of the agent's. */
 struct confd_trans_ctx {
-  int fd;             /* worker socket that serves it */
-  int thandle;        /* the agent's number of the transaction */
-  void* t_opaque;     /* the program's own */
+  int fd;         /* worker socket that serves it */
+  int thandle;    /* the agent's number of the transaction */
+  void* t_opaque; /* the program's own */
 };
 
 /* Who asks for an action. */

@@ -48,11 +48,11 @@ extern "C" {
 #define MAXKEYLEN 9
 
 enum confd_vtype {
-  C_NOEXISTS = 1,   /* end marker; a value that is not there */
-  C_XMLTAG = 2,     /* node of the model; an existing empty leaf */
-  C_SYMBOL = 3,     /* not used */
-  C_STR = 4,        /* NUL-terminated string, given by the caller */
-  C_BUF = 5,        /* string with a length; a NUL follows the last byte */
+  C_NOEXISTS = 1, /* end marker; a value that is not there */
+  C_XMLTAG = 2,   /* node of the model; an existing empty leaf */
+  C_SYMBOL = 3,   /* not used */
+  C_STR = 4,      /* NUL-terminated string, given by the caller */
+  C_BUF = 5,      /* string with a length; a NUL follows the last byte */
   C_INT8 = 6,
   C_INT16 = 7,
   C_INT32 = 8,

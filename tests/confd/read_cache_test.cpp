@@ -139,6 +139,14 @@ TEST_F(ReadCache, WhatWasKnownInPartGrowsIntoTheWhole) {
   EXPECT_EQ(Find("/config/md{east}/ma{blue 1}"), Verdict::kFound);
 }
 
+TEST_F(ReadCache, AnEntryThatCameByItsKeyIsNotTakenForThatOfAPosition) {
+  DataNode config = Covering(Container("config", {}), DataNode::SOME_ENTRIES, 2);
+  *config.add_children() = Covering(Md("west", 4, 0), DataNode::OWN_NODES);
+  Add(config);
+  EXPECT_EQ(Level("/config/md{west}/level"), 4);
+  EXPECT_EQ(Find("/config/md[0]/level"), Verdict::kUnknown);
+}
+
 TEST_F(ReadCache, PathsThatDoNotFitTheDataAreTold) {
   Add(Covering(Container("config", {Leaf("name", test::Text("x")), Md("east", 3, 0)}),
                DataNode::EVERYTHING));

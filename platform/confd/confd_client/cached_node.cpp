@@ -4,8 +4,6 @@
 
 namespace confd {
 
-using cfm::agent::DataNode;
-
 CachedNode* CachedList::Find(const Step& step) const {
   if (step.position) {
     const auto entry = by_position.find(*step.position);
@@ -76,7 +74,11 @@ void CachedNode::AddEntry(const DataNode& entry, bool whole) {
     node = std::make_unique<CachedNode>();
   }
   node->Merge(entry, whole);
-  list.by_position[entry.position()] = node.get();
+  // An entry that came by its key stands without its siblings, and so without
+  // a position.
+  if (whole || entry.coverage() == DataNode::EVERYTHING) {
+    list.by_position[entry.position()] = node.get();
+  }
 }
 
 CachedNode* CachedNode::FindNode(std::string_view name) {

@@ -75,7 +75,7 @@ int Read(int sock, const char* format, Arguments& arguments, Body body,
          Results... results) noexcept {
   return OnConnection(sock, CDB_DATA_SOCKET, [&](Connection& connection) {
     const Path path = ParseFormat(format, arguments);
-    if (((results == nullptr) || ...)) {
+    if ((!results || ...)) {
       throw ApiError(CONFD_ERR_PROTOUSAGE, PathText(path) + ": the result's address is null");
     }
     try {
