@@ -1,0 +1,234 @@
+#include "daemon/fake_confd.h"
+
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+#include <utility>
+
+#include "daemon/fake_platform.h"
+
+namespace fake {
+namespace {
+
+struct State {
+  std::map<std::string, CdbValue> leaves;
+  std::set<std::string> empty_leaves;
+  std::map<std::string, std::vector<CdbValue>> entries;
+  std::map<std::string, std::string> failures;
+  std::vector<std::string> calls;
+  std::string last_error = "no error";
+  std::optional<std::string> keypath_text;
+  int freed = 0;
+  int live = 0;
+};
+
+State& Current() {
+  static State state;
+  return state;
+}
+
+std::string KeyText(const CdbValue& key) {
+  const auto* text = std::get_if<std::string>(&key);
+  return text != nullptr ? *text : std::to_string(std::get<int>(key));
+}
+
+std::string Format(const char* format, va_list arguments) {
+  std::array<char, 2048> text{};
+  std::vsnprintf(text.data(), text.size(), format, arguments);
+  return text.data();
+}
+
+// Replaces positions, md[0], by keys, md{east}.
+std::string ByKeys(const std::string& path) {
+  std::string result;
+  for (std::size_t i = 0; i < path.size(); ++i) {
+    if (path[i] != '[') {
+      result += path[i];
+      continue;
+    }
+    const std::size_t end = path.find(']', i);
+    const std::size_t position = std::stoul(path.substr(i + 1, end - i - 1));
+    result += "{" + KeyText(Current().entries.at(result).at(position)) + "}";
+    i = end;
+  }
+  return result;
+}
+
+// Notes the call; true when it is to fail.
+bool Fails(const char* call, int socket, const std::string& path) {
+  Current().calls.push_back(std::string(call) + " " + std::to_string(socket) + " " + path);
+  const auto failure = Current().failures.find(path);
+  if (failure == Current().failures.end()) {
+    return false;
+  }
+  Current().last_error = failure->second;
+  return true;
+}
+
+const CdbValue* Find(const std::string& path) {
+  const auto leaf = Current().leaves.find(ByKeys(path));
+  if (leaf == Current().leaves.end()) {
+    Current().last_error = "item does not exist";
+    return nullptr;
+  }
+  return &leaf->second;
+}
+
+void Convert(const CdbValue& from, confd_value_t* to) {
+  if (const auto* text = std::get_if<std::string>(&from)) {
+    auto* bytes = static_cast<unsigned char*>(std::malloc(text->size() + 1));
+    std::memcpy(bytes, text->c_str(), text->size() + 1);
+    CONFD_SET_BUF(to, bytes, static_cast<unsigned>(text->size()));
+    ++Current().live;
+  } else if (const auto* number = std::get_if<int>(&from)) {
+    CONFD_SET_INT32(to, *number);
+  } else {
+    CONFD_SET_ENUM_VALUE(to, std::get<Enumeration>(from).value);
+  }
+}
+
+std::string ElementText(const confd_value_t& element) {
+  std::array<char, 64> text{};
+  confd_pp_value(text.data(), static_cast<int>(text.size()), &element);
+  return element.type == C_XMLTAG ? std::string("/") + text.data()
+                                  : std::string("{") + text.data() + "}";
+}
+
+}  // namespace
+
+void ResetConfd() {
+  Current() = State{};
+}
+void SetLeaf(const std::string& path, CdbValue value) {
+  Current().leaves[path] = std::move(value);
+}
+void SetEmptyLeaf(const std::string& path) {
+  Current().empty_leaves.insert(path);
+}
+
+void AddEntry(const std::string& list, CdbValue key) {
+  SetLeaf(list + "{" + KeyText(key) + "}/id", key);
+  Current().entries[list].push_back(std::move(key));
+}
+
+void FailCdb(const std::string& path, const std::string& text) {
+  Current().failures[path] = text;
+}
+std::vector<std::string>& CdbCalls() {
+  return Current().calls;
+}
+int FreedValues() {
+  return Current().freed;
+}
+int LiveValues() {
+  return Current().live;
+}
+void SetKeypathText(std::string text) {
+  Current().keypath_text = std::move(text);
+}
+
+}  // namespace fake
+
+using fake::Current;
+using fake::Fails;
+
+extern "C" {
+
+int cdb_num_instances(int sock, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  if (Fails("cdb_num_instances", sock, path)) {
+    return CONFD_ERR;
+  }
+  const auto list = Current().entries.find(fake::ByKeys(path));
+  return list == Current().entries.end() ? 0 : static_cast<int>(list->second.size());
+}
+
+int cdb_exists(int sock, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  if (Fails("cdb_exists", sock, path)) {
+    return CONFD_ERR;
+  }
+  return Current().empty_leaves.count(path) != 0 ? 1 : 0;
+}
+
+int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  const fake::CdbValue* value = Fails("cdb_get", sock, path) ? nullptr : fake::Find(path);
+  if (value == nullptr) {
+    return CONFD_ERR;
+  }
+  fake::Convert(*value, v);
+  return CONFD_OK;
+}
+
+int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  const fake::CdbValue* value = Fails("cdb_get_list", sock, path) ? nullptr : fake::Find(path);
+  if (value == nullptr) {
+    return CONFD_ERR;
+  }
+  const auto& list = std::get<std::vector<int>>(*value);
+  *n = static_cast<int>(list.size());
+  *values = static_cast<confd_value_t*>(std::calloc(list.size(), sizeof(confd_value_t)));
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    CONFD_SET_INT32(&(*values)[i], list[i]);
+  }
+  return CONFD_OK;
+}
+
+const char* confd_lasterr(void) {
+  return Current().last_error.c_str();
+}
+
+void confd_free_value(confd_value_t* v) {
+  fake::Event("confd_free_value");
+  ++Current().freed;
+  if (v->type == C_BUF) {
+    std::free(CONFD_GET_BUFPTR(v));
+    --Current().live;
+  }
+  CONFD_SET_NOEXISTS(v);
+}
+
+int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
+  const auto size = static_cast<std::size_t>(bufsiz);
+  switch (v->type) {
+    case C_XMLTAG:
+      return std::snprintf(buf, size, "0x%08x", CONFD_GET_XMLTAG(v));
+    case C_BUF:
+      return std::snprintf(buf, size, "%s", CONFD_GET_CBUFPTR(v));
+    case C_INT32:
+      return std::snprintf(buf, size, "%d", CONFD_GET_INT32(v));
+    case C_ENUM_VALUE:
+      return std::snprintf(buf, size, "enum(%d)", CONFD_GET_ENUM_VALUE(v));
+    default:
+      return std::snprintf(buf, size, "type(%d)", static_cast<int>(v->type));
+  }
+}
+
+int confd_pp_kpath(char* buf, int bufsiz, const confd_hkeypath_t* hkeypath) {
+  std::string text;
+  for (int i = hkeypath->len - 1; i >= 0; --i) {
+    text += fake::ElementText(hkeypath->v[i][0]);
+  }
+  return std::snprintf(buf, static_cast<std::size_t>(bufsiz), "%s",
+                       Current().keypath_text.value_or(text).c_str());
+}
+
+}  // extern "C"

@@ -1,0 +1,57 @@
+// Fakes of the platform at the link seam: what the daemon did to the platform,
+// in order, and what the platform answers.
+#ifndef CFM_TESTS_DAEMON_FAKE_PLATFORM_H
+#define CFM_TESTS_DAEMON_FAKE_PLATFORM_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct velmw_handle;
+typedef struct velmw_handle velmw_t;
+struct zlog_category_s;
+
+namespace fake {
+
+// Forgets everything; every test starts with it.
+void Reset();
+
+// Calls whose order matters across the platform's libraries.
+std::vector<std::string>& Events();
+void Event(const std::string& event);
+
+// The handle and the category that the fakes hand out.
+velmw_t* Middleware();
+zlog_category_s* Category();
+
+struct LogRecord {
+  std::string file;
+  std::string function;
+  long line;
+  int level;
+  std::string text;
+};
+std::vector<LogRecord>& Logs();
+// The records as "level file function: text".
+std::vector<std::string> LogTexts();
+
+struct Fault {
+  int severity;
+  std::string function;
+  std::string file;
+  int line;
+  std::string message;
+  bool padded_with_zeros;  // the 300 bytes of the message's buffer
+};
+std::vector<Fault>& Faults();
+
+// Stands for velmw_loop_while; the default returns 0.
+using Loop = std::function<int(velmw_t* handle, bool* run)>;
+void SetLoop(Loop loop);
+
+// Called inside google::protobuf::ShutdownProtobufLibrary.
+void OnProtobufShutdown(std::function<void()> action);
+
+}  // namespace fake
+
+#endif

@@ -1,0 +1,36 @@
+// The handler framework without an agent: keeps what it was given.
+#ifndef CFM_TESTS_DAEMON_FAKE_VELCONFD_H
+#define CFM_TESTS_DAEMON_FAKE_VELCONFD_H
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "velconfd/app_interface.h"
+
+namespace fake {
+
+void ResetVelconfd();
+
+// Arguments of the last AppInterface.
+struct AgentInterface {
+  velmw_t* middleware = nullptr;
+  zlog_category_s* log = nullptr;
+  std::string name;
+  std::vector<velconfd::ConfigHandler*> config_handlers;
+  std::vector<velconfd::ActionHandler*> action_handlers;
+  std::vector<velconfd::DataHandler*> data_handlers;
+  ELEM_CONFD_PHASE_ET phase = ELEM_CONFD_PHASE_0;
+  int option = -1;
+  zlog_category_s* action_handler_log = nullptr;  // as its base was constructed
+};
+AgentInterface& LastAgentInterface();
+// Lets the next AppInterface throw std::runtime_error.
+void FailNextAgentInterface();
+
+// Options of the last StatusHandler.
+std::array<bool, 3>& StatusHandlerOptions();
+
+}  // namespace fake
+
+#endif
