@@ -83,7 +83,11 @@ TEST(Connect, AnAgentThatDiesDuringTheGreetingIsAnError) {
 }
 
 TEST(Connect, AGreetingOfGarbageIsAnError) {
-  FakeAgent agent({[](int fd) { test::SendRaw(fd, std::string("\0\0\0\4\xff\xff\xff\xff", 8)); }});
+  FakeAgent agent({[](int fd) {
+    cfm::agent::Hello hello;
+    ipc::ReceiveFrame(fd, hello);
+    test::SendRaw(fd, std::string("\0\0\0\4\xff\xff\xff\xff", 8));
+  }});
   EXPECT_EQ(Connect(agent), CONFD_ERR);
   EXPECT_EQ(confd_errno, CONFD_ERR_PROTOUSAGE);
 }
@@ -131,33 +135,50 @@ TEST(Connect, CallsOnTheOtherKindOfSocketAreErrors) {
   EXPECT_EQ(confd_errno, CONFD_ERR_PROTOUSAGE);
 }
 
+// A socket number that the agent's thread, which takes the lowest free ones,
+// never comes to use.
+constexpr int kNumber = 200;
+
+// Puts `fd` under kNumber.
+void MoveToNumber(int fd) {
+  ASSERT_EQ(dup2(fd, kNumber), kNumber);
+  ASSERT_EQ(close(fd), 0);
+}
+
+int ConnectNumber(const FakeAgent& agent) {
+  return cdb_connect(kNumber, CDB_DATA_SOCKET, agent.Address(), agent.AddressSize());
+}
+
 TEST(Connect, ANumberThatIsUsedAgainStartsAfresh) {
-  const auto tree = test::Container("config", {});
-  FakeAgent agent({test::ServeData(tree), test::ServeData(tree)});
-  test::Connected first(agent, CDB_DATA_SOCKET);
-  ASSERT_EQ(cdb_start_session(first.Fd(), CDB_RUNNING), CONFD_OK);
-  const int number = first.Fd();
-  first.Close();
-  EXPECT_EQ(cdb_exists(number, "/config"), CONFD_ERR);
-  test::Connected second(agent, CDB_DATA_SOCKET);
-  ASSERT_EQ(second.Fd(), number);
-  EXPECT_EQ(cdb_exists(number, "/config"), CONFD_ERR);
+  FakeAgent agent({test::ServeData(test::Container("config", {}))});
+  MoveToNumber(agent.NewSocket());
+  ASSERT_EQ(ConnectNumber(agent), CONFD_OK);
+  ASSERT_EQ(cdb_start_session(kNumber, CDB_RUNNING), CONFD_OK);
+  ASSERT_EQ(cdb_close(kNumber), CONFD_OK);
+  EXPECT_EQ(cdb_exists(kNumber, "/config"), CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_BADSTATE);
+  MoveToNumber(agent.NewSocket());
+  ASSERT_EQ(ConnectNumber(agent), CONFD_OK);
+  EXPECT_EQ(cdb_exists(kNumber, "/config"), CONFD_ERR);
   EXPECT_EQ(confd_errno, CONFD_ERR_NOSESSION);
-  EXPECT_EQ(cdb_start_session(number, CDB_RUNNING), CONFD_OK);
-  EXPECT_EQ(cdb_exists(number, "/config"), 1);
+  EXPECT_EQ(cdb_start_session(kNumber, CDB_RUNNING), CONFD_OK);
+  EXPECT_EQ(cdb_exists(kNumber, "/config"), 1);
+  EXPECT_EQ(cdb_close(kNumber), CONFD_OK);
 }
 
 TEST(Connect, ASocketThatWasClosedBehindTheLibrarysBackIsNotTouched) {
   FakeAgent agent({test::ServeData(test::Container("config", {}))});
-  test::Connected socket(agent, CDB_DATA_SOCKET);
-  ASSERT_EQ(close(socket.Fd()), 0);
+  MoveToNumber(agent.NewSocket());
+  ASSERT_EQ(ConnectNumber(agent), CONFD_OK);
+  ASSERT_EQ(close(kNumber), 0);
   int pair[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, pair), 0);
-  ASSERT_EQ(pair[0], socket.Fd());
-  EXPECT_EQ(cdb_start_session(socket.Fd(), CDB_RUNNING), CONFD_ERR);
+  MoveToNumber(pair[0]);
+  EXPECT_EQ(cdb_start_session(kNumber, CDB_RUNNING), CONFD_ERR);
   EXPECT_EQ(confd_errno, CONFD_ERR_BADSTATE);
   char byte = 0;
   EXPECT_EQ(read(pair[1], &byte, 1), -1) << "the library wrote to a socket that is not its own";
+  EXPECT_EQ(cdb_close(kNumber), CONFD_OK);
   close(pair[1]);
 }
 
