@@ -1,0 +1,267 @@
+// Commits and who hears of them, with agentd as a process.
+#include <confd_lib.h>
+
+#include <confd_cdb.h>
+
+#include "fixture.h"
+#include "running_agent.h"
+
+namespace agentd::test {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+const std::string kLevel = std::string(kEast) + "/level";
+const std::vector<std::string> kMdList = {"config", "oam", "cfm", "md"};
+const std::vector<std::string> kMepList = {"config", "oam", "cfm", "md", "ma", "mep"};
+constexpr unsigned kLocked = CDB_LOCK_SESSION | CDB_LOCK_WAIT;
+
+class Commit : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(Front().Edit({Document(EastDocument())}).txid(), 1U); }
+
+  Client Front(const std::string& name = "front") {
+    return Client(agent_, pb::ROLE_FRONT_END, name);
+  }
+  Client Data(const std::string& name = "reader") {
+    return Client(agent_, pb::ROLE_CDB_DATA, name);
+  }
+  Client Subscriber(std::int32_t priority, const std::string& name = "listener") {
+    Client client(agent_, pb::ROLE_CDB_SUBSCRIPTION, name);
+    client.Subscribe(priority, kMdList);
+    EXPECT_EQ(client.SubscribeDone().errors_size(), 0);
+    return client;
+  }
+
+  RunningAgent agent_;
+};
+
+class ImpatientCommit : public Commit {
+ protected:
+  ImpatientCommit() {
+    agent_.Stop();
+    impatient_.emplace(std::vector<std::string>{"--subscriber-timeout", "0.2"});
+  }
+  void SetUp() override {
+    ASSERT_EQ(Impatient(pb::ROLE_FRONT_END).Edit({Document(EastDocument())}).txid(), 1U);
+  }
+  Client Impatient(pb::Role role, const std::string& name = "tester") {
+    return Client(*impatient_, role, name);
+  }
+  std::optional<RunningAgent> impatient_;
+};
+
+TEST_F(Commit, SubscribersHearOfItInTheOrderOfTheirPriorities) {
+  Client late = Subscriber(5);
+  Client early = Subscriber(-1);
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  EXPECT_EQ(early.ReceiveNotification().txid(), 2U);
+  EXPECT_TRUE(late.IsSilent());
+  early.Sync();
+  EXPECT_EQ(late.ReceiveNotification().points_size(), 1);
+  EXPECT_TRUE(front.IsSilent());
+  late.Sync();
+  const pb::Reply reply = front.Receive();
+  EXPECT_EQ(reply.errors_size(), 0);
+  EXPECT_EQ(reply.warnings_size(), 0);
+  EXPECT_EQ(reply.txid(), 2U);
+}
+
+TEST_F(Commit, OneConnectionGetsOneNotificationAPriorityWithThePointsThatWereTouched) {
+  Client client(agent_, pb::ROLE_CDB_SUBSCRIPTION);
+  const std::int32_t meps = client.Subscribe(0, kMepList);
+  const std::int32_t mds = client.Subscribe(0, kMdList);
+  const std::int32_t later = client.Subscribe(1, kMdList);
+  client.SubscribeDone();
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  EXPECT_THAT(client.ReceiveNotification().points(), ::testing::ElementsAre(mds));
+  client.Sync();
+  EXPECT_THAT(client.ReceiveNotification().points(), ::testing::ElementsAre(later));
+  client.Sync();
+  EXPECT_EQ(front.Receive().txid(), 2U);
+  front.SendEdit({SetLeaf(std::string(kMep5) + "/interface", "eth1")});
+  EXPECT_THAT(client.ReceiveNotification().points(), ::testing::ElementsAre(meps, mds));
+}
+
+TEST_F(Commit, ThatChangesNothingKeepsTheNumberAndIsNotAnnounced) {
+  Client subscriber = Subscriber(0);
+  const pb::Reply reply = Front().Edit({SetLeaf(kLevel, "3")});
+  EXPECT_EQ(reply.errors_size(), 0);
+  EXPECT_EQ(reply.txid(), 1U);
+  EXPECT_TRUE(subscriber.IsSilent());
+}
+
+TEST_F(Commit, ThatIsRefusedChangesNothingAndNamesTheRule) {
+  Client front = Front();
+  const pb::Reply reply = front.Edit({SetLeaf(kLevel, "9")});
+  ASSERT_EQ(reply.errors_size(), 1);
+  EXPECT_EQ(reply.errors(0).path(), kLevel);
+  EXPECT_EQ(reply.errors(0).rule(), "range 0..7");
+  EXPECT_EQ(reply.txid(), 1U);
+  EXPECT_THAT(front.Show(), HasSubstr("<level>3</level>"));
+}
+
+TEST_F(Commit, TestOnlyChangesNothing) {
+  Client front = Front();
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "4")}, pb::Edit::TEST_ONLY).errors_size(), 0);
+  EXPECT_EQ(front.Edit({Operation(pb::EditOperation::DELETE, kLevel)}, pb::Edit::TEST_ONLY)
+                .errors(0)
+                .rule(),
+            "mandatory");
+  EXPECT_THAT(front.Show(), HasSubstr("<level>3</level>"));
+  EXPECT_EQ(front.Status().txid(), 1U);
+}
+
+TEST_F(Commit, SurvivesASubscriberThatDies) {
+  Client dying = Subscriber(0, "dying");
+  Client living = Subscriber(1, "living");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  dying.ReceiveNotification();
+  dying.Hang();
+  EXPECT_EQ(living.ReceiveNotification().txid(), 2U);
+  living.Sync();
+  const pb::Reply reply = front.Receive();
+  EXPECT_EQ(reply.errors_size(), 0);
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("dying"));
+  EXPECT_EQ(reply.txid(), 2U);
+  EXPECT_EQ(front.Status().subscribers_size(), 1);
+}
+
+TEST_F(ImpatientCommit, SurvivesASubscriberThatHangs) {
+  Client hanging = Impatient(pb::ROLE_CDB_SUBSCRIPTION, "hanging");
+  hanging.Subscribe(0, kMdList);
+  hanging.SubscribeDone();
+  const pb::Reply reply = Impatient(pb::ROLE_FRONT_END).Edit({SetLeaf(kLevel, "4")});
+  EXPECT_EQ(reply.errors_size(), 0);
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), AllOf(HasSubstr("hanging"), HasSubstr("in time")));
+  EXPECT_EQ(reply.txid(), 2U);
+  EXPECT_EQ(hanging.ReceiveNotification().txid(), 2U);
+  EXPECT_TRUE(hanging.IsClosed());
+}
+
+TEST_F(Commit, OfAFrontEndThatGoesAwayIsCarriedThrough) {
+  Client subscriber = Subscriber(0);
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  subscriber.ReceiveNotification();
+  Client next = Front();
+  next.SendEdit({SetLeaf(kLevel, "5")});
+  front.Hang();
+  subscriber.Sync();
+  EXPECT_EQ(subscriber.ReceiveNotification().txid(), 3U);
+  subscriber.Sync();
+  EXPECT_EQ(next.Receive().txid(), 3U);
+}
+
+TEST_F(Commit, IsVisibleToNewSessionsAndNotToOldOnes) {
+  Client reader = Data();
+  reader.StartSession(CDB_RUNNING, 0);
+  const auto level = [&reader] {
+    const pb::Reply reply = reader.Level("east");
+    const pb::DataNode& cfm = reply.data().children(0).children(0);
+    for (const auto& leaf : cfm.children(0).children()) {
+      if (leaf.name() == "level") {
+        return leaf.value().number();
+      }
+    }
+    return std::int64_t{-1};
+  };
+  EXPECT_EQ(level(), 3);
+  Front().Edit({SetLeaf(kLevel, "4")});
+  EXPECT_EQ(level(), 3);
+  EXPECT_EQ(reader.Txid(), 2U);
+  reader.EndSession();
+  reader.StartSession(CDB_RUNNING, 0);
+  EXPECT_EQ(level(), 4);
+}
+
+TEST_F(Commit, WaitsUntilTheLockIsReleased) {
+  Client locker = Data("locker");
+  locker.StartSession(CDB_RUNNING, kLocked);
+  EXPECT_EQ(locker.Receive().errors_size(), 0);
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  Client watcher = Front();
+  EXPECT_TRUE(watcher.Status().commit_in_progress());
+  EXPECT_EQ(locker.Txid(), 1U);
+  EXPECT_TRUE(front.IsSilent());
+  locker.EndSession();
+  EXPECT_EQ(front.Receive().txid(), 2U);
+}
+
+TEST_F(Commit, GoesOnWhenTheHolderOfTheLockDies) {
+  Client locker = Data();
+  locker.StartSession(CDB_RUNNING, kLocked);
+  locker.Receive();
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  locker.Hang();
+  EXPECT_EQ(front.Receive().txid(), 2U);
+}
+
+TEST_F(ImpatientCommit, IsRefusedNamingTheHolderOfALockThatStays) {
+  Client locker = Impatient(pb::ROLE_CDB_DATA, "locker");
+  locker.StartSession(CDB_RUNNING, kLocked);
+  locker.Receive();
+  Client front = Impatient(pb::ROLE_FRONT_END);
+  const pb::Reply reply = front.Edit({SetLeaf(kLevel, "4")});
+  ASSERT_EQ(reply.errors_size(), 1);
+  EXPECT_THAT(reply.errors(0).message(), HasSubstr("locker"));
+  EXPECT_EQ(reply.txid(), 1U);
+  locker.EndSession();
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "4")}).txid(), 2U);
+}
+
+TEST_F(Commit, MakesALockWaitOrIsRefusedIt) {
+  Client subscriber = Subscriber(0);
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  subscriber.ReceiveNotification();
+  Client impatient = Data();
+  impatient.StartSession(CDB_RUNNING, CDB_LOCK_SESSION);
+  const pb::Reply refused = impatient.Receive();
+  ASSERT_EQ(refused.errors_size(), 1);
+  EXPECT_EQ(refused.errors(0).code(), CONFD_ERR_LOCKED);
+  Client patient = Data();
+  patient.StartSession(CDB_RUNNING, kLocked);
+  Client other = Front();
+  EXPECT_EQ(other.Status().txid(), 2U);  // and so both were heard
+  EXPECT_TRUE(patient.IsSilent());
+  subscriber.Sync();
+  EXPECT_EQ(front.Receive().txid(), 2U);
+  EXPECT_EQ(patient.Receive().errors_size(), 0);
+}
+
+TEST_F(Commit, StatusIsToldToWatchersAtEachChange) {
+  Client watcher = Front();
+  pb::Request watch;
+  watch.mutable_watch_status();
+  EXPECT_EQ(watcher.Call(watch).status().txid(), 1U);
+  Client subscriber(agent_, pb::ROLE_CDB_SUBSCRIPTION, "daemon");
+  subscriber.Subscribe(7, kMepList);
+  subscriber.SubscribeDone();
+  const pb::Status status = watcher.Receive().status();
+  ASSERT_EQ(status.subscribers_size(), 1);
+  EXPECT_EQ(status.subscribers(0).name(), "daemon");
+  EXPECT_EQ(status.subscribers(0).priority(), 7);
+  EXPECT_EQ(status.subscribers(0).points(0), "/config/oam/cfm/md/ma/mep");
+  EXPECT_EQ(status.subscribers(0).pid(), getpid());
+  EXPECT_EQ(status.database(), agent_.Database());
+  Client front = Front();
+  front.SendEdit({SetLeaf(std::string(kMep5) + "/interface", "eth1")});
+  subscriber.ReceiveNotification();
+  EXPECT_TRUE(watcher.Receive().status().commit_in_progress());
+  subscriber.Sync();
+  const pb::Status after = watcher.Receive().status();
+  EXPECT_FALSE(after.commit_in_progress());
+  EXPECT_EQ(after.txid(), 2U);
+}
+
+}  // namespace
+}  // namespace agentd::test
