@@ -3,10 +3,11 @@
 #include <limid.h>
 
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <set>
 #include <stdexcept>
 #include <unordered_map>
 
