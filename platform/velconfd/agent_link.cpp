@@ -37,9 +37,6 @@ AgentLink::~AgentLink() {
 }
 
 void AgentLink::InLoop(Step step) noexcept {
-  if (ended_) {
-    return;
-  }
   try {
     try {
       (this->*step)();
@@ -156,8 +153,8 @@ void AgentLink::Await(const AgentError& error) {
   }
 }
 
+// Leaves nothing in the loop that could call a step again.
 void AgentLink::End(const std::string& reason) {
-  ended_ = true;
   Close();
   agent_watch_.Stop();
   Log(log_, kError, reason);

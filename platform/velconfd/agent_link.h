@@ -81,7 +81,6 @@ class AgentLink {
   bool told_ = false;  // the handlers, of the connection
   bool serving_ = false;
   bool was_ready_ = false;
-  bool ended_ = false;
   std::string last_failure_;  // to connect; logged once
 
   ipc::SocketWatch agent_watch_;

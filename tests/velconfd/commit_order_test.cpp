@@ -178,7 +178,7 @@ TEST_F(CommitOrder, NodesOutsideEveryPointReachNobody) {
 }
 
 TEST_F(CommitOrder, TheAncestorsOfAPointAreNotThePointsOwn) {
-  agent_.SetTalkative(true);
+  agent_.ReportAncestors(true);
   EXPECT_THAT(Deliver(Cfm({Entry("md", "e", MOP_MODIFIED,
                                  {Entry("ma", "b", MOP_MODIFIED, {Leaf("ccm-interval", 1)})})})),
               ElementsAre("md: ~ /config/oam/cfm/md{e}", "ma: ~ /config/oam/cfm/md{e}/ma{b}",
@@ -186,7 +186,7 @@ TEST_F(CommitOrder, TheAncestorsOfAPointAreNotThePointsOwn) {
 }
 
 TEST_F(CommitOrder, NothingBelowADeletedNodeIsDeliveredWhateverTheAgentTells) {
-  agent_.SetTalkative(true);
+  agent_.WalkBelowDeleted(true);
   EXPECT_THAT(Deliver(Cfm({Entry("md", "e", MOP_DELETED,
                                  {Leaf("level", 1), Entry("ma", "b", MOP_DELETED,
                                                           {Entry("mep", 5, MOP_DELETED)})})})),
@@ -194,7 +194,7 @@ TEST_F(CommitOrder, NothingBelowADeletedNodeIsDeliveredWhateverTheAgentTells) {
 }
 
 TEST_F(CommitOrder, KeysThatLookLikePathsAreKeptApart) {
-  agent_.SetTalkative(true);
+  agent_.WalkBelowDeleted(true);
   EXPECT_THAT(Deliver(Cfm({Entry("md", "a/ma", MOP_DELETED, {Entry("ma", "b", MOP_DELETED)}),
                            Entry("md", "a", MOP_MODIFIED, {Entry("ma", "/ma", MOP_CREATED)})})),
               ElementsAre("md: - /config/oam/cfm/md{a/ma}", "md: ~ /config/oam/cfm/md{a}",
@@ -458,7 +458,9 @@ TEST_F(CommitOrder, RandomTreesAreDeliveredAsTheReferenceDoes) {
     const Node tree = random.Tree();
     Handler handler(points);
     handler.answers = random.Answers(tree);
-    agent_.SetTalkative(seed % 2 == 0);
+    // Without a point above it nobody can know that an MD is deleted.
+    agent_.WalkBelowDeleted(random.Below(2) == 0 && points != std::vector<std::string>{kMa});
+    agent_.ReportAncestors(random.Below(2) == 0);
     Deliver(handler, tree);
     ASSERT_EQ(handler.calls, Reference(points, handler.answers).Deliver(tree)) << "seed " << seed;
     delivered += handler.calls.size();

@@ -339,10 +339,10 @@ struct FakeCalls {
     }
     walk.branch.emplace_back(path, &node);
     confd_iter_ret how = ITER_RECURSE;
-    if (node.op != 0 && (inside || agent->talkative_)) {
+    if (node.op != 0 && (inside || agent->reports_ancestors_)) {
       how = Report(walk, node);
     }
-    if (how == ITER_RECURSE && (node.op != MOP_DELETED || agent->talkative_)) {
+    if (how == ITER_RECURSE && (node.op != MOP_DELETED || agent->walks_below_deleted_)) {
       how = VisitChildren(walk, node, path);
     }
     walk.branch.pop_back();

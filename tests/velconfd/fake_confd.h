@@ -80,9 +80,10 @@ class FakeAgent {
   int SessionsOpen() const;
   int Acknowledged() const { return acknowledged_; }
 
-  // An agent that is worse than promised: it walks below deleted nodes, and
-  // reports the ancestors of a point.
-  void SetTalkative(bool talkative) { talkative_ = talkative; }
+  // An agent that is worse than promised: its diffs go on below deleted nodes,
+  // or report the ancestors of a point.
+  void WalkBelowDeleted(bool walk) { walks_below_deleted_ = walk; }
+  void ReportAncestors(bool report) { reports_ancestors_ = report; }
 
  private:
   friend struct FakeCalls;
@@ -102,7 +103,8 @@ class FakeAgent {
   std::filesystem::path directory_;
   Journal& journal_;
   bool listening_ = false;
-  bool talkative_ = false;
+  bool walks_below_deleted_ = false;
+  bool reports_ancestors_ = false;
   std::uint32_t txid_ = 7;
   int acknowledged_ = 0;
   int next_subscription_ = 1;

@@ -60,6 +60,7 @@ TEST_F(ReconnectTest, AnAgentThatTalksOutOfTurnIsLeft) {
   Start();
   agent_.Babble();
   ASSERT_TRUE(Await("agent down"));
+  EXPECT_THAT(LogRecords().back().text, HasSubstr("nobody asked for"));
   EXPECT_TRUE(Await("agent up"));
 }
 

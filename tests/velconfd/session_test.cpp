@@ -12,6 +12,7 @@ using SessionTest = FrameworkTest;
 
 TEST_F(SessionTest, WithoutAConnectionThereIsNoSocket) {
   EXPECT_EQ(VelConfdCdbSession(nullptr).Socket(), -1);
+  agent_.Appear();
   Build();
   EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
 }
@@ -60,7 +61,7 @@ TEST_F(SessionTest, AreGoneWhenTheHandlersAreToldOfTheLoss) {
     socket = VelConfdStatusSession(status_.Connection()).Socket();
   };
   Start();
-  agent_.Die();
+  agent_.HangUp(CDB_SUBSCRIPTION_SOCKET);  // the agent would still open one
   ASSERT_TRUE(Await("agent down"));
   EXPECT_EQ(socket, -1);
 }
