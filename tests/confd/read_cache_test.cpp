@@ -147,6 +147,17 @@ TEST_F(ReadCache, AnEntryThatCameByItsKeyIsNotTakenForThatOfAPosition) {
   EXPECT_EQ(Find("/config/md[0]/level"), Verdict::kUnknown);
 }
 
+TEST_F(ReadCache, EntriesThatAreAllKnownButNotTheirPositionsLeaveAPositionOpen) {
+  DataNode config = Covering(Container("config", {}), DataNode::SOME_ENTRIES, 2);
+  *config.add_children() = Covering(Md("west", 4, 0), DataNode::OWN_NODES);
+  Add(config);
+  *config.mutable_children(0) = Covering(Md("east", 3, 0), DataNode::EVERYTHING);
+  Add(config);
+  EXPECT_EQ(Find("/config/md{north}"), Verdict::kAbsent);
+  EXPECT_EQ(Level("/config/md[0]/level"), 3);
+  EXPECT_EQ(Find("/config/md[1]/level"), Verdict::kUnknown);
+}
+
 TEST_F(ReadCache, PathsThatDoNotFitTheDataAreTold) {
   Add(Covering(Container("config", {Leaf("name", test::Text("x")), Md("east", 3, 0)}),
                DataNode::EVERYTHING));

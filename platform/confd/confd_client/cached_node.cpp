@@ -17,7 +17,9 @@ bool CachedList::Excludes(const Step& step) const {
   if (!size) {
     return false;
   }
-  return by_key.size() >= *size || (step.position && *step.position >= *size);
+  // An entry may be known by its key and not by its position.
+  const std::size_t known = step.position ? by_position.size() : by_key.size();
+  return known >= *size || (step.position && *step.position >= *size);
 }
 
 void CachedNode::Merge(const DataNode& piece, bool whole) {

@@ -18,11 +18,8 @@ namespace {
 std::uint64_t round_trips = 0;
 
 [[noreturn]] void ThrowRefusal(const cfm::agent::Error& error) {
-  std::string text = error.message();
-  if (!error.path().empty()) {
-    text += " (" + error.path() + ")";
-  }
-  throw ApiError(error.code() != 0 ? error.code() : CONFD_ERR_EXTERNAL, text);
+  // The path is the one that was asked for, which leads the text anyway.
+  throw ApiError(error.code() != 0 ? error.code() : CONFD_ERR_EXTERNAL, error.message());
 }
 
 }  // namespace
