@@ -1,0 +1,100 @@
+#include <future>
+
+#include "command_fixture.h"
+#include "core/expected_hierarchy.h"
+#include "fakes.h"
+#include "trees.h"
+
+namespace cfmctl {
+namespace {
+
+using testing::HasSubstr;
+
+class Status : public test::CommandTest {
+ protected:
+  // The command in a thread, for tests that change the element meanwhile.
+  std::future<test::Outcome> Start(const std::vector<std::string>& words) {
+    return std::async(std::launch::async, [this, words] { return Run(words); });
+  }
+};
+
+TEST_F(Status, ShowsAgentDaemonAndManager) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  const test::FakeManager manager(
+      Directory(), ExpectedHierarchy(test::Cfm(), [](const std::string&) { return 1U; }));
+  const auto outcome = Run({"status"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.out,
+            "agent    transaction 12; database /var/lib/cfm/running.db\n"
+            "daemon   cfm-app (process 123) subscribed with priority 0 to /config/oam/cfm/md/\n"
+            "manager  configuration 1: 2 MDs, 1 MA, 2 MEPs\n");
+}
+
+TEST_F(Status, WhatIsNotThereIsNamed) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12, false));
+  const auto outcome = Run({"status"});
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.out, HasSubstr("daemon   not there: nobody subscribed"));
+  EXPECT_THAT(outcome.out, HasSubstr("manager  not there: cannot reach the CFM manager at"));
+  EXPECT_EQ(outcome.err, "cfmctl: not there: daemon, manager\n");
+}
+
+TEST_F(Status, OnlyWhatIsAskedForHasToBeThere) {
+  const test::FakeAgent agent(Directory());
+  EXPECT_EQ(Run({"status", "--for", "agent"}).status, 0);
+  EXPECT_EQ(Run({"status", "--for", "agent,manager"}).status, 3);
+  EXPECT_EQ(Run({"status", "--for", "agent,nobody"}).status, 2);
+}
+
+TEST_F(Status, WaitingEndsWhenTheTimeIsOver) {
+  const auto outcome = Run({"status", "--wait", "0.05"});
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_EQ(outcome.err, "cfmctl: not there after 0.05 s: agent, daemon, manager\n");
+}
+
+TEST_F(Status, WaitingSeesTheProcessesAppearOneAfterTheOther) {
+  auto outcome = Start({"status", "--wait", "30"});
+  const test::FakeManager manager(Directory(), {});
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  EXPECT_EQ(outcome.get().status, 0);
+}
+
+TEST_F(Status, WaitingSeesTheDaemonSubscribe) {
+  test::FakeManager manager(Directory(), {});
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12, false));
+  auto outcome = Start({"status", "--wait", "30"});
+  manager.AwaitObserver();
+  agent.SetStatus(test::StatusOf(12, true));
+  EXPECT_EQ(outcome.get().status, 0);
+}
+
+TEST_F(Status, WaitingSeesTheRuntimeDirectoryComeIntoBeing) {
+  const std::filesystem::path later = Directory() / "run" / "cfm";
+  auto outcome = std::async(std::launch::async, [&] {
+    return RunAsIs({"status", "--runtime-dir", later, "--wait", "30", "--for", "manager"});
+  });
+  std::filesystem::create_directories(later);
+  const test::FakeManager manager(later, {});
+  EXPECT_EQ(outcome.get().status, 0);
+}
+
+TEST_F(Status, WaitingOutlivesAnAgentThatIsReplaced) {
+  auto first = std::make_unique<test::FakeAgent>(Directory());
+  first->SetStatus(test::StatusOf(12, false));
+  test::FakeManager manager(Directory(), {});
+  auto outcome = Start({"status", "--wait", "30"});
+  manager.AwaitObserver();
+  first.reset();
+  test::FakeAgent second(Directory());
+  second.SetStatus(test::StatusOf(13));
+  const auto seen = outcome.get();
+  EXPECT_EQ(seen.status, 0);
+  EXPECT_THAT(seen.out, HasSubstr("transaction 13"));
+}
+
+}  // namespace
+}  // namespace cfmctl

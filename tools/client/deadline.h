@@ -1,0 +1,28 @@
+// A point in time until which something is awaited.
+#ifndef TOOLS_CLIENT_DEADLINE_H
+#define TOOLS_CLIENT_DEADLINE_H
+
+#include <chrono>
+
+namespace cfmctl {
+
+class Deadline {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  static Deadline After(std::chrono::milliseconds time) { return Deadline(Clock::now() + time); }
+
+  bool Passed() const { return Clock::now() >= at_; }
+  // For poll(2): milliseconds left, rounded up, so that poll does not return
+  // early; 0 when it has passed.
+  int PollTimeout() const;
+
+ private:
+  explicit Deadline(Clock::time_point at) : at_(at) {}
+
+  Clock::time_point at_;
+};
+
+}  // namespace cfmctl
+
+#endif

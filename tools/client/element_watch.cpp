@@ -1,0 +1,75 @@
+#include "element_watch.h"
+
+#include "poll_readable.h"
+
+namespace cfmctl {
+namespace {
+
+constexpr std::chrono::milliseconds kNow{0};
+
+// Makes sure of the connection, then takes the newest content. A failure at
+// any point is the reason of absence.
+template <typename Client, typename Content>
+void Update(Part<Client, Content>& part, auto&& connect, auto&& next,
+            std::chrono::milliseconds timeout) {
+  const bool was_connected = part.client.has_value();
+  try {
+    if (!was_connected) {
+      part.client.emplace(connect());
+      part.content = next(*part.client, Deadline::After(timeout));
+    }
+    while (std::optional<Content> newer = next(*part.client, Deadline::After(kNow))) {
+      part.content = std::move(newer);
+    }
+    part.absence = part.content ? "" : "it did not answer";
+  } catch (const Failure& failure) {
+    part.client.reset();
+    part.content.reset();
+    part.absence = failure.what();
+    if (was_connected) {  // a successor may have appeared already
+      Update(part, connect, next, timeout);
+    }
+  }
+}
+
+int FdOf(const auto& part) {
+  return part.client ? part.client->Fd() : -1;
+}
+
+}  // namespace
+
+ElementWatch::ElementWatch(std::filesystem::path agent_socket, std::filesystem::path manager_socket,
+                           std::chrono::milliseconds timeout)
+    : agent_socket_(std::move(agent_socket)),
+      manager_socket_(std::move(manager_socket)),
+      timeout_(timeout),
+      directory_(agent_socket_.parent_path()) {
+  Refresh();
+}
+
+bool ElementWatch::AwaitChange(const Deadline& deadline) {
+  if (!PollReadable({directory_.Fd(), FdOf(agent_), FdOf(manager_)}, deadline)) {
+    return false;
+  }
+  Refresh();
+  return true;
+}
+
+void ElementWatch::Refresh() {
+  directory_.Rearm();
+  Update(
+      agent_,
+      [this] {
+        AgentClient client(agent_socket_, timeout_);
+        client.WatchStatus();
+        return client;
+      },
+      [](AgentClient& client, const Deadline& deadline) { return client.NextStatus(deadline); },
+      timeout_);
+  Update(
+      manager_, [this] { return ManagerObserver(manager_socket_, timeout_); },
+      [](ManagerObserver& observer, const Deadline& deadline) { return observer.Next(deadline); },
+      timeout_);
+}
+
+}  // namespace cfmctl

@@ -1,0 +1,30 @@
+#include "choices.h"
+#include "command.h"
+
+namespace cfmctl {
+namespace {
+
+constexpr Command kCommands[] = {
+    {"load", "FILE", WordKind::kFile, {}, AddLoad},
+    {"get", "[PATH]", WordKind::kPath, {}, AddGet},
+    {"set", "PATH [VALUE] [PATH [VALUE]]...", WordKind::kAssignment, {}, AddSet},
+    {"delete", "PATH...", WordKind::kPath, {}, AddDelete},
+    {"edit", "OPERATION PATH [VALUE] [[OPERATION] PATH [VALUE]]...", WordKind::kEdit, {}, AddEdit},
+    {"validate", "[FILE]", WordKind::kFile, {}, AddValidate},
+    {"commit", "", WordKind::kNone, {}, AddCommit},
+    {"discard", "", WordKind::kNone, {}, AddDiscard},
+    {"diff", "", WordKind::kNone, {}, AddDiff},
+    {"status", "", WordKind::kNone, {}, AddStatus},
+    {"show", "manager", WordKind::kChoice, kShown, AddShow},
+    {"verify", "", WordKind::kNone, {}, AddVerify},
+    {"completion", "bash|zsh", WordKind::kChoice, kShells, AddCompletion},
+    {"__complete", "LINE CURRENT", WordKind::kNone, {}, AddComplete},
+};
+
+}  // namespace
+
+std::span<const Command> Commands() {
+  return kCommands;
+}
+
+}  // namespace cfmctl

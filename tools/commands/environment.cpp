@@ -1,0 +1,23 @@
+#include "environment.h"
+
+#include "paths.h"
+
+namespace cfmctl {
+
+std::chrono::milliseconds ToMilliseconds(double seconds) {
+  return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
+}
+
+std::chrono::milliseconds Environment::Timeout() const {
+  return ToMilliseconds(timeout_seconds);
+}
+
+std::filesystem::path Environment::AgentSocket() const {
+  return std::filesystem::path(runtime_dir) / ipc::AgentSocket().filename();
+}
+
+std::filesystem::path Environment::ManagerSocket() const {
+  return std::filesystem::path(runtime_dir) / ipc::ManagerSocket().filename();
+}
+
+}  // namespace cfmctl

@@ -1,0 +1,35 @@
+// What a command works with besides its own arguments.
+#ifndef TOOLS_COMMANDS_ENVIRONMENT_H
+#define TOOLS_COMMANDS_ENVIRONMENT_H
+
+#include <chrono>
+#include <filesystem>
+#include <istream>
+#include <ostream>
+#include <string>
+
+#include "client/agent_client.h"
+#include "client/manager_observer.h"
+
+namespace cfmctl {
+
+struct Environment {
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+  std::string runtime_dir;      // of the element
+  double timeout_seconds = 60;  // for each answer
+
+  std::chrono::milliseconds Timeout() const;
+  std::filesystem::path AgentSocket() const;
+  std::filesystem::path ManagerSocket() const;
+  AgentClient ConnectAgent() const { return {AgentSocket(), Timeout()}; }
+  ManagerObserver ConnectManager() const { return {ManagerSocket(), Timeout()}; }
+};
+
+// Durations are given in seconds, with fractions.
+std::chrono::milliseconds ToMilliseconds(double seconds);
+
+}  // namespace cfmctl
+
+#endif

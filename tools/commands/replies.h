@@ -1,0 +1,19 @@
+// Replies of the agent as an operator is told them.
+#ifndef TOOLS_COMMANDS_REPLIES_H
+#define TOOLS_COMMANDS_REPLIES_H
+
+#include <string>
+
+#include "agent.pb.h"
+#include "environment.h"
+
+namespace cfmctl {
+
+// Prints the warnings of the reply. Throws Failure kRefused with `refusal`
+// and one line per error when the request was refused.
+void CheckReply(const Environment& environment, const cfm::agent::Reply& reply,
+                const std::string& refusal);
+
+}  // namespace cfmctl
+
+#endif
