@@ -11,3 +11,7 @@ add_compile_options(
 if(CFM_WARNINGS_AS_ERRORS)
   add_compile_options(-Werror)
 endif()
+
+# Source files appear in log records and assertions by their place in the
+# repository.
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
