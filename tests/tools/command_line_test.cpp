@@ -3,7 +3,6 @@
 #include "command_fixture.h"
 #include "commands/command.h"
 #include "fakes.h"
-#include "process.h"
 
 namespace cfmctl {
 namespace {
@@ -70,27 +69,6 @@ TEST_F(CommandLine, AnAgentThatDoesNotWelcomeUsSaysWhy) {
   const auto outcome = Run({"get"});
   EXPECT_EQ(outcome.status, 1);
   EXPECT_THAT(outcome.err, HasSubstr("refused the connection: user 1000 may not configure"));
-}
-
-class Program : public test::CommandTest {};
-
-TEST_F(Program, EndsWithTheExitStatusOfItsCommand) {
-  const std::map<std::string, std::string> element = {{"CFM_RUNTIME_DIR", Directory()}};
-  EXPECT_EQ(test::Run({CFMCTL, "--help"}, element).status, 0);
-  EXPECT_EQ(test::Run({CFMCTL, "frobnicate"}, element).status, 2);
-  const auto unreachable = test::Run({CFMCTL, "get"}, element);
-  EXPECT_EQ(unreachable.status, 3);
-  EXPECT_THAT(unreachable.error, HasSubstr(Directory() / "agentd.sock"));
-  EXPECT_EQ(test::Run({CFMCTL, "status", "--wait", "0.01"}, element).status, 4);
-}
-
-TEST_F(Program, AnAgentThatDiesDoesNotKillIt) {
-  test::FakeAgent agent(Directory());
-  agent.on_request = [](const cfm::agent::Request&) { return std::nullopt; };
-  const auto outcome = test::Run({CFMCTL, "edit", "--file", "-"},
-                                 {{"CFM_RUNTIME_DIR", Directory()}}, "create md{a}\n");
-  EXPECT_EQ(outcome.status, 3);
-  EXPECT_THAT(outcome.error, HasSubstr("is unknown"));
 }
 
 }  // namespace

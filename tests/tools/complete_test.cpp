@@ -1,6 +1,5 @@
 #include "command_fixture.h"
 #include "fakes.h"
-#include "process.h"
 #include "trees.h"
 
 namespace cfmctl {
@@ -80,24 +79,6 @@ TEST_F(Complete, IsSilentAboutNonsense) {
             "verify \ncompletion \n");
   EXPECT_EQ(Completed("cfmctl get mx{", "mx{"), "");
   EXPECT_EQ(Completed("cfmctl commit ", ""), "");
-}
-
-TEST_F(Complete, TheBashScriptIsBash) {
-  const std::string script = WriteFile("cfmctl.bash", RunAsIs({"completion", "bash"}).out);
-  const auto check = test::Run({"bash", "-n", script});
-  EXPECT_EQ(check.status, 0) << check.error;
-}
-
-TEST_F(Complete, BashCompletesWithTheScript) {
-  StartAgent();
-  const std::string script = WriteFile("cfmctl.bash", RunAsIs({"completion", "bash"}).out);
-  const std::string program =
-      "source " + script +
-      "; COMP_LINE='cfmctl get md{e'; COMP_POINT=15; COMP_WORDS=(cfmctl get 'md{e'); COMP_CWORD=2"
-      "; _cfmctl " CFMCTL " 'md{e' get; printf '<%s>' \"${COMPREPLY[@]}\"";
-  const auto outcome =
-      test::Run({"bash", "--norc", "-c", program}, {{"CFM_RUNTIME_DIR", Directory()}});
-  EXPECT_EQ(outcome.output, "<md{east}>") << outcome.error;
 }
 
 TEST_F(Complete, TheZshScriptNamesItsCommand) {
