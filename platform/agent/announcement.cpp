@@ -12,7 +12,8 @@ Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptio
     : model_(model),
       subscriptions_(subscriptions),
       timeout_(timeout),
-      timer_(loop, [this] { OnTimeout(); }) {}
+      timer_(loop, [this] { OnTimeout(); }),
+      soon_(loop, [this] { GoOn(); }) {}
 
 void Announcement::Begin(std::uint64_t txid, cfm::agent::Change changes, Done done) {
   txid_ = txid;
@@ -38,6 +39,8 @@ void Announcement::NextPriority() {
     return;
   }
   changes_.Clear();
+  timer_.Cancel();
+  soon_.Cancel();
   std::exchange(done_, nullptr)(std::exchange(warnings_, {}));
 }
 
@@ -61,7 +64,7 @@ bool Announcement::Synced(const Listener* listener) {
   if (std::erase(pending_, listener) == 0) {
     return false;
   }
-  Settle();
+  GoOn();
   return true;
 }
 
@@ -69,13 +72,14 @@ void Announcement::Lost(const Listener* listener) {
   if (std::erase(pending_, listener) > 0) {
     warnings_.push_back("subscriber " + listener->Describe() +
                         " was lost before it had dealt with the change; the change is committed");
-    Settle();
+    soon_.Set(std::chrono::microseconds(0));
   }
 }
 
-void Announcement::Settle() {
-  if (pending_.empty()) {
+void Announcement::GoOn() {
+  if (pending_.empty() && done_) {
     timer_.Cancel();
+    soon_.Cancel();
     NextPriority();
   }
 }

@@ -35,12 +35,13 @@ class Announcement {
   void NextPriority();
   bool NotifyOne(Listener& listener, std::int32_t priority);
   void OnTimeout();
-  void Settle();
+  void GoOn();
 
   const Model& model_;
   const Subscriptions& subscriptions_;
   std::chrono::microseconds timeout_;
   Timer timer_;
+  Timer soon_;  // goes on after a loss, out of the destructor that told of it
 
   std::uint64_t txid_ = 0;
   cfm::agent::Change changes_;

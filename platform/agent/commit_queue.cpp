@@ -1,5 +1,6 @@
 #include "commit_queue.h"
 
+#include <exception>
 #include <utility>
 
 #include "log.h"
@@ -12,8 +13,9 @@ CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
       locks_(locks),
       announcement_(announcement),
       patience_(patience),
-      timer_(loop, [this] { OnImpatience(); }) {
-  locks_.OnFree([this] { OnLocksFree(); });
+      timer_(loop, [this] { OnImpatience(); }),
+      soon_(loop, [this] { OnLocksFree(); }) {
+  locks_.OnFree([this] { soon_.Set(std::chrono::microseconds(0)); });
 }
 
 void CommitQueue::Add(CommitRequest request) {
@@ -33,22 +35,34 @@ void CommitQueue::Advance() {
   advancing_ = false;
 }
 
+// Whatever fails here must cost this commit only, not those that wait.
+Problems CommitQueue::Prepare() {
+  try {
+    Result<Tree> tree = queue_.front().make();
+    if (!tree) {
+      return tree.Why();
+    }
+    Result<Prepared> prepared = datastore_.Prepare(std::move(*tree));
+    if (!prepared) {
+      return prepared.Why();
+    }
+    changes_ = prepared->difference->Changes();
+    prepared_ = std::move(*prepared);
+    return {};
+  } catch (const std::exception& error) {
+    return {{.message = std::string("commit: ") + error.what() + "; nothing was changed"}};
+  }
+}
+
 void CommitQueue::Start() {
-  Result<Tree> tree = queue_.front().make();
-  if (!tree) {
-    Finish({.problems = tree.Why()});
+  if (Problems problems = Prepare(); !problems.empty()) {
+    Finish({.problems = std::move(problems)});
     return;
   }
-  Result<Prepared> prepared = datastore_.Prepare(std::move(*tree));
-  if (!prepared) {
-    Finish({.problems = prepared.Why()});
-    return;
-  }
-  if (prepared->difference->IsEmpty()) {
+  if (prepared_->difference->IsEmpty()) {
     Finish({});
     return;
   }
-  prepared_ = std::move(*prepared);
   if (locks_.IsFree()) {
     Carry();
     return;
@@ -60,7 +74,6 @@ void CommitQueue::Start() {
 }
 
 void CommitQueue::Carry() {
-  const cfm::agent::Change changes = prepared_->difference->Changes();
   Problems problems = datastore_.Publish(std::exchange(prepared_, std::nullopt).value());
   if (!problems.empty()) {
     AGENT_LOG_ERROR("commit from %s failed: %s", queue_.front().origin.c_str(),
@@ -72,17 +85,21 @@ void CommitQueue::Carry() {
   AGENT_LOG_INFO("commit %llu from %s is on disk", static_cast<unsigned long long>(txid),
                  queue_.front().origin.c_str());
   Enter(State::kAnnouncing);
-  announcement_.Begin(txid, changes, [this](std::vector<std::string> warnings) {
-    for (const std::string& warning : warnings) {
-      AGENT_LOG_WARNING("%s", warning.c_str());
-    }
-    Finish({.problems = {}, .warnings = std::move(warnings)});
-    Advance();
+  announcement_.Begin(txid, std::exchange(changes_, {}), [this](std::vector<std::string> warnings) {
+    OnAnnounced(std::move(warnings));
   });
 }
 
+void CommitQueue::OnAnnounced(std::vector<std::string> warnings) {
+  for (const std::string& warning : warnings) {
+    AGENT_LOG_WARNING("%s", warning.c_str());
+  }
+  Finish({.warnings = std::move(warnings)});
+  Advance();
+}
+
 void CommitQueue::OnLocksFree() {
-  if (state_ == State::kWaitingForLocks) {
+  if (state_ == State::kWaitingForLocks && locks_.IsFree()) {
     timer_.Cancel();
     Carry();
     Advance();
@@ -91,7 +108,6 @@ void CommitQueue::OnLocksFree() {
 
 void CommitQueue::OnImpatience() {
   const std::string holders = locks_.Holders();
-  prepared_.reset();
   Finish({.problems = {{.message = "commit: the configuration stayed locked by " + holders +
                                    "; nothing was changed: try again, or stop that program"}}});
   Advance();
@@ -100,6 +116,8 @@ void CommitQueue::OnImpatience() {
 void CommitQueue::Finish(CommitResult result) {
   const CommitRequest request = std::move(queue_.front());
   queue_.pop_front();
+  prepared_.reset();
+  changes_.Clear();
   Enter(State::kIdle);
   result.txid = datastore_.Running()->Txid();
   locks_.GrantWaiting();

@@ -51,7 +51,9 @@ class CommitQueue {
 
   void Advance();
   void Start();
+  Problems Prepare();
   void Carry();
+  void OnAnnounced(std::vector<std::string> warnings);
   void OnLocksFree();
   void OnImpatience();
   void Finish(CommitResult result);
@@ -62,12 +64,15 @@ class CommitQueue {
   Announcement& announcement_;
   std::chrono::microseconds patience_;
   Timer timer_;
+  Timer soon_;  // goes on when the locks are gone, out of the destructor that let them go
   std::function<void()> on_progress_;
 
   State state_ = State::kIdle;
   bool advancing_ = false;
   std::deque<CommitRequest> queue_;  // the first is the one in work
+  // Of the commit in work.
   std::optional<Prepared> prepared_;
+  cfm::agent::Change changes_;
 };
 
 }  // namespace agentd

@@ -3,12 +3,25 @@
 #include "frame.h"
 #include "log.h"
 #include "model.h"
+#include "utf8.h"
 
 namespace agentd {
 namespace {
 
 constexpr std::uint32_t kProtocolVersion = 1;
 constexpr std::int64_t kEventPriority = 0;
+
+// A name goes into log lines and tables: one short line of it.
+std::string Presentable(const std::string& name) {
+  constexpr std::size_t kLongest = 64;
+  std::string text = WellFormed(std::string_view(name).substr(0, kLongest));
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') {
+      c = '?';
+    }
+  }
+  return text;
+}
 
 bool IsConfdRole(cfm::agent::Role role) {
   return role != cfm::agent::ROLE_FRONT_END;
@@ -59,7 +72,7 @@ std::string Connection::Objection(const cfm::agent::Hello& hello) const {
 
 void Connection::OnHello(const cfm::agent::Hello& hello) {
   if (!hello.name().empty()) {
-    name_ = hello.name();
+    name_ = Presentable(hello.name());
   }
   cfm::agent::HelloReply reply;
   reply.set_error(Objection(hello));

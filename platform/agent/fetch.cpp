@@ -112,7 +112,10 @@ class Fetcher {
     DataNode* leaf_list = nullptr;
     const lysc_node* leaf_list_schema = nullptr;
     for (const lyd_node* child = lyd_child(&node); child != nullptr; child = child->next) {
-      if (child->schema->nodetype == LYS_CONTAINER) {
+      if (child->schema->nodetype == LYS_LIST) {
+        // Thousands, perhaps: on to the last of them.
+        child = state_.Entries(&node, *child->schema).back();
+      } else if (child->schema->nodetype == LYS_CONTAINER) {
         inner(*child, *out.add_children());
       } else if (child->schema->nodetype == LYS_LEAF) {
         DataNode& leaf = *out.add_children();

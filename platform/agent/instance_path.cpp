@@ -57,8 +57,8 @@ Result<std::vector<std::string>> KeysFrom(const Model& model, const lysc_node& s
     if (found == predicates.end()) {
       return BadPath("'" + NameOf(schema) + "' needs the key '" + name + "'", path);
     }
-    auto canonical =
-        Canonical(model, *key, found->value, path + "[" + name + "=" + Quoted(found->value) + "]");
+    const std::string predicate = "[" + name + "=" + Quoted(found->value) + "]";
+    auto canonical = Canonical(model, *key, found->value, std::string(path).append(predicate));
     if (!canonical) {
       return canonical.Why();
     }

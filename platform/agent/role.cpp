@@ -4,6 +4,7 @@
 #include "frame.h"
 #include "front_end.h"
 #include "subscriber.h"
+#include "utf8.h"
 
 namespace agentd {
 namespace {
@@ -49,9 +50,9 @@ void AddProblems(const Problems& problems, cfm::agent::Reply& reply) {
   for (const Problem& problem : problems) {
     auto* error = reply.add_errors();
     error->set_code(problem.code);
-    error->set_message(problem.message);
-    error->set_path(problem.path);
-    error->set_rule(problem.rule);
+    error->set_message(WellFormed(problem.message));
+    error->set_path(WellFormed(problem.path));
+    error->set_rule(WellFormed(problem.rule));
   }
 }
 

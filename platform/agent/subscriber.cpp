@@ -17,7 +17,7 @@ using cfm::agent::Request;
 
 Subscriber::~Subscriber() {
   if (done_) {
-    AGENT_LOG_INFO("subscriber %s is gone", Describe().c_str());
+    AGENT_LOG_INFO("subscriber %s is gone", peer_.Describe().c_str());
     services_.subscriptions.Remove(this);
     services_.announcement.Lost(this);
     services_.status.Changed();

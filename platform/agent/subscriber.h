@@ -7,7 +7,7 @@
 
 namespace agentd {
 
-class Subscriber : public Role, public Listener {
+class Subscriber final : public Role, public Listener {
  public:
   Subscriber(const Services& services, Peer& peer) : services_(services), peer_(peer) {}
   ~Subscriber() override;

@@ -14,6 +14,7 @@
 #include "frame.h"
 #include "running_agent.h"
 #include "server.h"
+#include "utf8.h"
 
 namespace agentd::test {
 namespace {
@@ -206,6 +207,15 @@ TEST(Process, ANuisanceLosesItsConnectionAndNobodyElseNotices) {
     EXPECT_EQ(witness.Status().txid(), 0U);
     EXPECT_THAT(agent.Log(), HasSubstr(std::string("connection of ") + each.name));
   }
+}
+
+TEST(Process, BytesThatAreNoTextComeBackAsQuestionMarks) {
+  EXPECT_EQ(WellFormed("a\xffz \xc3\xa9 \xc3"), "a?z \xc3\xa9 ?");
+  EXPECT_EQ(WellFormed("\xed\xa0\x80"), "???");  // half of a surrogate pair
+  RunningAgent agent;
+  Client front(agent, pb::ROLE_FRONT_END, std::string(63, 'n') + "\xc3\xa9\n");
+  const pb::Reply reply = front.Edit({Document("<config xmlns='urn:element:yang:cfm'>\xff")});
+  EXPECT_EQ(reply.errors_size(), 1);
 }
 
 TEST(Process, ACutOffFrameIsNothingToOthers) {
