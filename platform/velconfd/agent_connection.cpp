@@ -9,6 +9,24 @@
 #include "agent_error.h"
 
 namespace velconfd {
+namespace {
+
+// Throws when the agent has hung up or talks out of turn.
+void CheckQuiet(int fd, const std::string& name) {
+  char byte = 0;
+  const ssize_t result = recv(fd, &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
+  if (result == 0) {
+    throw AgentError(name + ": the agent closed the connection");
+  }
+  if (result > 0) {
+    throw AgentError(name + ": the agent sent something that nobody asked for");
+  }
+  if (errno != EAGAIN && errno != EINTR) {
+    throw AgentError(name + ": " + std::strerror(errno));
+  }
+}
+
+}  // namespace
 
 AgentConnection::AgentConnection(const AgentAddress& agent) : data_(agent, CDB_DATA_SOCKET) {
   Check(confd_load_schemas(agent.Get(), sizeof(agent.address)), "confd_load_schemas");
@@ -47,17 +65,11 @@ void AgentConnection::Acknowledge() {
 }
 
 void AgentConnection::CheckDataSocket() const {
-  char byte = 0;
-  const ssize_t result = recv(data_.Get(), &byte, sizeof(byte), MSG_PEEK | MSG_DONTWAIT);
-  if (result == 0) {
-    throw AgentError("data socket: the agent closed the connection");
-  }
-  if (result > 0) {
-    throw AgentError("data socket: the agent sent something that nobody asked for");
-  }
-  if (errno != EAGAIN && errno != EINTR) {
-    throw AgentError(std::string("data socket: ") + std::strerror(errno));
-  }
+  CheckQuiet(data_.Get(), "data socket");
+}
+
+void AgentConnection::CheckSubscriptionSocket() const {
+  CheckQuiet(subscription_->Get(), "subscription socket");
 }
 
 }  // namespace velconfd

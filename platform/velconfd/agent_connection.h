@@ -37,6 +37,8 @@ class AgentConnection {
 
   // Throws when the data socket, on which nothing is due, has hung up.
   void CheckDataSocket() const;
+  // The same of the subscription socket, while a notification is open.
+  void CheckSubscriptionSocket() const;
 
  private:
   CdbSocket data_;

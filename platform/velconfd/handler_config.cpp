@@ -56,6 +56,9 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
   std::vector<Commit> commits =
       GatherCommits(agent.SubscriptionSocket(), agent.Subscribed(), notified);
   const cdb_txid txid = agent.ReadTxid();
+  // An agent that has lost patience with this program hangs up before it goes
+  // on to the next commit. As long as it has not, the id is that of this one.
+  agent.CheckSubscriptionSocket();
   for (const Commit& commit : commits) {
     commit.Handler().StartCommit();
   }

@@ -1,0 +1,35 @@
+#include "front_end.h"
+
+#include <stdexcept>
+
+#include "connect.h"
+#include "frame.h"
+
+namespace test {
+
+FrontEnd::FrontEnd(const std::filesystem::path& runtime_directory)
+    : socket_(ipc::ConnectUnix(runtime_directory / "agentd.sock")) {
+  cfm::agent::Hello hello;
+  hello.set_version(1);
+  hello.set_role(cfm::agent::ROLE_FRONT_END);
+  hello.set_name("test");
+  ipc::SendFrame(Fd(), hello);
+  cfm::agent::HelloReply reply;
+  if (!ipc::ReceiveFrame(Fd(), reply) || !reply.error().empty()) {
+    throw std::runtime_error("the agent refused the connection: " + reply.error());
+  }
+}
+
+void FrontEnd::Send(const cfm::agent::Request& request) {
+  ipc::SendFrame(Fd(), request);
+}
+
+cfm::agent::Reply FrontEnd::Receive() {
+  cfm::agent::FromAgent message;
+  if (!ipc::ReceiveFrame(Fd(), message) || !message.has_reply()) {
+    throw std::runtime_error("the agent did not reply");
+  }
+  return message.reply();
+}
+
+}  // namespace test

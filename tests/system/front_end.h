@@ -1,0 +1,32 @@
+// A front end of the agent's, for tests that need more than cfmctl gives.
+#ifndef TESTS_SYSTEM_FRONT_END_H
+#define TESTS_SYSTEM_FRONT_END_H
+
+#include <agent.pb.h>
+
+#include <filesystem>
+
+#include "unique_fd.h"
+
+namespace test {
+
+// One blocking connection. Throws what the ipc library throws.
+class FrontEnd {
+ public:
+  explicit FrontEnd(const std::filesystem::path& runtime_directory);
+
+  void Send(const cfm::agent::Request& request);
+  cfm::agent::Reply Receive();
+  cfm::agent::Reply Call(const cfm::agent::Request& request) {
+    Send(request);
+    return Receive();
+  }
+  int Fd() const { return socket_.Get(); }
+
+ private:
+  ipc::UniqueFd socket_;
+};
+
+}  // namespace test
+
+#endif

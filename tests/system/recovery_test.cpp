@@ -1,0 +1,154 @@
+// Whatever happens to a process, the manager ends up with exactly what is
+// committed, and no commit is lost.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include "element.h"
+#include "front_end.h"
+
+namespace {
+
+using test::CommandResult;
+using test::Element;
+using test::FrontEnd;
+using testing::HasSubstr;
+
+class Recovery : public testing::Test {
+ protected:
+  void SetUp() override {
+    element_.StartAll();
+    ASSERT_EQ(element_.Cfmctl({"load", EXAMPLE}).status, 0);
+    ASSERT_EQ(element_.Verify().status, 0);
+  }
+
+  CommandResult SetLevel(const std::string& level) {
+    return element_.Cfmctl({"set", "md{metro}/level", level});
+  }
+  // Waits until the agent says so of a commit in progress.
+  void AwaitCommitInProgress() {
+    FrontEnd front_end(element_.RuntimeDirectory());
+    cfm::agent::Request watch;
+    watch.mutable_watch_status();
+    front_end.Send(watch);
+    while (!front_end.Receive().status().commit_in_progress()) {
+    }
+  }
+  void RestartDaemonAndVerify() {
+    ASSERT_TRUE(element_.StartDaemon().AwaitReady()) << element_.Daemon().Log();
+    EXPECT_EQ(element_.Verify().status, 0);
+  }
+
+  Element element_;
+};
+
+TEST_F(Recovery, ADaemonThatIsStartedAnewLoadsEverything) {
+  element_.KillDaemon();
+  ASSERT_EQ(SetLevel("1").status, 0);
+  RestartDaemonAndVerify();
+}
+
+TEST_F(Recovery, AManagerThatComesBackGetsTheHierarchyAgain) {
+  element_.KillManager();
+  ASSERT_EQ(SetLevel("1").status, 0);
+  ASSERT_TRUE(element_.StartManager().AwaitReady());
+  EXPECT_EQ(element_.Verify().status, 0);
+}
+
+TEST_F(Recovery, TheDaemonStaysWhenTheAgentComesBackWithTheSameConfiguration) {
+  const pid_t daemon = element_.Daemon().Pid();
+  element_.KillAgent();
+  ASSERT_TRUE(element_.StartAgent().AwaitReady()) << element_.Agent().Log();
+  ASSERT_EQ(element_.Cfmctl({"status", "--wait", "20", "--for", "daemon"}).status, 0);
+  ASSERT_EQ(SetLevel("3").status, 0);
+  EXPECT_EQ(element_.Verify().status, 0);
+  EXPECT_EQ(kill(daemon, 0), 0);
+}
+
+TEST_F(Recovery, TheDaemonEndsWithAnErrorWhenTheConfigurationMovedOnWithoutIt) {
+  element_.Daemon().Signal(SIGSTOP);
+  element_.KillAgent();
+  ASSERT_TRUE(element_.StartAgent().AwaitReady());
+  ASSERT_EQ(SetLevel("3").status, 0);
+  element_.Daemon().Signal(SIGCONT);
+  EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
+  EXPECT_THAT(element_.Daemon().Log(), HasSubstr("cfm-app error in velmw loop"));
+  EXPECT_THAT(element_.Daemon().Log(), HasSubstr("app.cpp:28 ~App: The application was finished"));
+  RestartDaemonAndVerify();
+}
+
+TEST_F(Recovery, ACommitInWhichTheAgentDiesIsNotLost) {
+  element_.Daemon().Signal(SIGSTOP);
+  const auto commit = element_.StartCfmctl({"set", "md{metro}/level", "7"});
+  AwaitCommitInProgress();
+  element_.KillAgent();
+  EXPECT_EQ(commit->AwaitExit(), 3);
+  EXPECT_THAT(commit->Log(), HasSubstr("unknown"));
+
+  ASSERT_TRUE(element_.StartAgent().AwaitReady()) << element_.Agent().Log();
+  EXPECT_THAT(element_.Cfmctl({"get", "md{metro}/level", "--format", "xml"}).output,
+              HasSubstr("<level>7</level>"));
+  element_.Daemon().Signal(SIGCONT);
+  EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
+  RestartDaemonAndVerify();
+}
+
+TEST_F(Recovery, ACommitInWhichTheDaemonDiesStandsAndSaysWhoMissedIt) {
+  element_.Daemon().Signal(SIGSTOP);
+  const auto commit = element_.StartCfmctl({"set", "md{metro}/level", "7"});
+  AwaitCommitInProgress();
+  element_.KillDaemon();
+  EXPECT_EQ(commit->AwaitExit(), 0);
+  EXPECT_THAT(commit->Log(), HasSubstr("cfm-app"));
+  RestartDaemonAndVerify();
+}
+
+TEST_F(Recovery, ADaemonThatHangsIsDisconnectedAndTheCommitSaysSo) {
+  element_.Agent().Stop();
+  ASSERT_TRUE(element_.StartAgent({"--subscriber-timeout", "1"}).AwaitReady());
+  ASSERT_EQ(element_.Cfmctl({"status", "--wait", "20", "--for", "daemon"}).status, 0);
+  element_.Daemon().Signal(SIGSTOP);
+  const CommandResult commit = SetLevel("7");
+  EXPECT_EQ(commit.status, 0);
+  EXPECT_THAT(commit.error, HasSubstr("cfm-app"));
+  // The next commit does not wait for it any more, and it must not take the
+  // one that still waits in its socket for the latest.
+  EXPECT_EQ(SetLevel("6").error, "");
+  element_.Daemon().Signal(SIGCONT);
+  EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
+  RestartDaemonAndVerify();
+}
+
+// A full disk, as far as the agent can tell: its files may not grow.
+class FileSizeLimit {
+ public:
+  FileSizeLimit(pid_t pid, rlim_t bytes) : pid_(pid) { Set({bytes, RLIM_INFINITY}); }
+  ~FileSizeLimit() { Set({RLIM_INFINITY, RLIM_INFINITY}); }
+
+ private:
+  void Set(const rlimit& limit) { EXPECT_EQ(prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr), 0); }
+  pid_t pid_;
+};
+
+TEST_F(Recovery, ACommitThatCannotBeStoredChangesNothingAndTheNextOneWorks) {
+  const std::string before = element_.Cfmctl({"get", "--format", "xml"}).output;
+  {
+    const FileSizeLimit limit(element_.Agent().Pid(), 0);
+    const CommandResult refused = SetLevel("7");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.error, HasSubstr("running.db"));
+    EXPECT_EQ(element_.Cfmctl({"get", "--format", "xml"}).output, before);
+    EXPECT_EQ(element_.Verify().status, 0);
+  }
+  ASSERT_EQ(SetLevel("7").status, 0);
+  EXPECT_EQ(element_.Verify().status, 0);
+  element_.Agent().Stop();
+  ASSERT_TRUE(element_.StartAgent().AwaitReady());
+  EXPECT_THAT(element_.Cfmctl({"get", "md{metro}/level", "--format", "xml"}).output,
+              HasSubstr("<level>7</level>"));
+}
+
+}  // namespace
