@@ -69,6 +69,16 @@ int cdb_get_str(int sock, char* rval, int n, const char* fmt, ...);
  * with free. A leaf-list without elements is CONFD_ERR_NOEXISTS. */
 int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...);
 
+/* Operational data, in a session on CDB_OPERATIONAL. Each call's result is its
+ * own, CONFD_OK or CONFD_ERR. */
+
+/* Creates a list entry; CONFD_ERR_ALREADY_EXISTS when it is there. */
+int cdb_create(int sock, const char* fmt, ...);
+/* Deletes a list entry and all below it; by position, the last one first. */
+int cdb_delete(int sock, const char* fmt, ...);
+/* Gives a leaf a value of the leaf's own type, a string as C_STR or C_BUF. */
+int cdb_set_elem(int sock, confd_value_t* val, const char* fmt, ...);
+
 /* Subscribes to changes below a path of the running configuration; the
  * number of the point comes back in `spoint`. Nothing is delivered before
  * cdb_subscribe_done. Lower priorities are served first. */
