@@ -11,7 +11,10 @@
 extern "C" {
 #endif
 
-struct confd_daemon_ctx;
+/* A data provider; the rest of it is the library's. */
+struct confd_daemon_ctx {
+  void* d_opaque; /* the program's own */
+};
 
 /* A read transaction of the agent's. One whose reply is delayed stays until
  * it has been answered or the daemon context is released. */
