@@ -21,6 +21,9 @@ void RaiseFault(const char* function, const char* file, int line, const char* fo
 
 }  // namespace cfm
 
+// CFM_FAULT(format, ...): a fault from here.
+#define CFM_FAULT(...) ::cfm::RaiseFault(__func__, __FILE_NAME__, __LINE__, __VA_ARGS__)
+
 // CFM_FATAL_FAULT([format, ...]): a fatal fault from here.
 #define CFM_FATAL_FAULT(...) \
   ::cfm::RaiseFatalFault(__func__, __FILE_NAME__, __LINE__ __VA_OPT__(, ) __VA_ARGS__)

@@ -5,6 +5,7 @@ cmake_minimum_required(VERSION 3.25)
 set(allowed
   # ConfD C API, handler framework, middleware, log.
   "^cdb_" "^confd_" "^velconfd::" "^(vtable|typeinfo) for velconfd::" "^velmw_" "^zlog$"
+  "^VelConfdCdbSessionBase::" "^(vtable|typeinfo) for VelConfdCdbSessionBase$"
   # The element's services, and the CFM manager client.
   "^limid_from_intfname$" "^Elem(Log|Web)Cfg" "^cfm::Client::" "^(vtable|typeinfo) for cfm::Client$"
   # C++ run time.
@@ -12,7 +13,7 @@ set(allowed
   "^__cxa_" "^__gxx_personality_v0$" "^_Unwind_Resume$" "^__dso_handle$"
   # C library.
   "^__assert_fail$" "^__stack_chk_fail$" "^_GLOBAL_OFFSET_TABLE_$" "^(__)?v?snprintf(_chk)?$"
-  "^exit$" "^free$" "^mem(chr|cmp|cpy|move|set)$" "^bcmp$" "^strlen$"
+  "^exit$" "^free$" "^sysinfo$" "^mem(chr|cmp|cpy|move|set)$" "^bcmp$" "^strlen$"
   # Instrumentation of test builds.
   "^__(asan|gcov|llvm_profile|lsan|sancov|sanitizer|tsan|ubsan)_")
 

@@ -59,7 +59,7 @@ class Main : public PlatformTest {
   cfm::StatusReceiver* receiver_ = nullptr;
 };
 
-// The callpoint is part of the status handler.
+// The callpoints are parts of the status handler.
 const char* const kFromStartToEnd[] = {
     "velmw_init cfm-app",
     "Client",
@@ -72,6 +72,16 @@ const char* const kFromStartToEnd[] = {
     "velmw_loop_while",
     "~AppInterface",
     "~ActionHandler",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
+    "~Callpoint",
     "~Callpoint",
     "~StatusHandler",
     "zlog CFM configuration handler finished",
@@ -228,7 +238,9 @@ TEST_F(App, WhatWasBuiltIsTakenDownWhenTheFrameworkCannotBeBuilt) {
   fake::Events().erase(fake::Events().begin(),
                        std::find(fake::Events().begin(), fake::Events().end(), "AppInterface"));
   EXPECT_THAT(fake::Events(),
-              ElementsAre("AppInterface", "~ActionHandler", "~Callpoint", "~StatusHandler",
+              ElementsAre("AppInterface", "~ActionHandler", "~Callpoint", "~Callpoint",
+                          "~Callpoint", "~Callpoint", "~Callpoint", "~Callpoint", "~Callpoint",
+                          "~Callpoint", "~Callpoint", "~Callpoint", "~Callpoint", "~StatusHandler",
                           "zlog CFM configuration handler finished", "~ConfigHandler"));
 }
 

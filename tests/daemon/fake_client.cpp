@@ -11,6 +11,7 @@ struct State {
   std::vector<cfm::Hierarchy> applied;
   int apply_result = 0;
   std::vector<ClearRequest> clear_requests;
+  int statistics_requests = 0;
   std::function<void()> destruction_hook = [] {};
   ConstructionHook hook = [](velmw_t*, cfm::ReceivedInformationHandler*) {};
 };
@@ -39,6 +40,9 @@ void SetApplyResult(int result) {
 }
 std::vector<ClearRequest>& ClearRequests() {
   return Current().clear_requests;
+}
+int StatisticsRequests() {
+  return Current().statistics_requests;
 }
 void OnClientConstruction(ConstructionHook hook) {
   Current().hook = std::move(hook);
@@ -76,7 +80,8 @@ int Client::ApplyConfiguration(const std::map<std::string, hierarchy_md>& domain
 
 int Client::RequestStatistics() {
   fake::Event("RequestStatistics");
-  return 0;
+  ++fake::Current().statistics_requests;
+  return -1;
 }
 
 int Client::ClearStatistics(const char* md, const char* ma, unsigned short mep) {

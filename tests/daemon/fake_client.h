@@ -25,6 +25,8 @@ struct ClearRequest {
   bool operator==(const ClearRequest&) const = default;
 };
 std::vector<ClearRequest>& ClearRequests();
+// How often RequestStatistics was called.
+int StatisticsRequests();
 
 // Called inside the constructor; may throw.
 using ConstructionHook = std::function<void(velmw_t*, cfm::ReceivedInformationHandler*)>;

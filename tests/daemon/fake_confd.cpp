@@ -1,5 +1,6 @@
 #include "daemon/fake_confd.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
@@ -22,6 +23,7 @@ struct State {
   std::vector<std::string> calls;
   std::string last_error = "no error";
   std::optional<std::string> keypath_text;
+  int value_text_size = 0;
   int freed = 0;
   int live = 0;
 };
@@ -36,10 +38,54 @@ std::string KeyText(const CdbValue& key) {
   return text != nullptr ? *text : std::to_string(std::get<int>(key));
 }
 
+// A value with its type.
+std::string Shown(const confd_value_t& value) {
+  switch (value.type) {
+    case C_STR:
+      return std::string("C_STR(") + value.val.c_s + ")";
+    case C_INT32:
+      return "C_INT32(" + std::to_string(CONFD_GET_INT32(&value)) + ")";
+    case C_INT64:
+      return "C_INT64(" + std::to_string(CONFD_GET_INT64(&value)) + ")";
+    case C_UINT32:
+      return "C_UINT32(" + std::to_string(CONFD_GET_UINT32(&value)) + ")";
+    case C_UINT64:
+      return "C_UINT64(" + std::to_string(CONFD_GET_UINT64(&value)) + ")";
+    case C_ENUM_VALUE:
+      return "C_ENUM_VALUE(" + std::to_string(CONFD_GET_ENUM_VALUE(&value)) + ")";
+    default:
+      return "type(" + std::to_string(value.type) + ")";
+  }
+}
+
+// A 64-bit key is shown as its number, another value with its type.
+std::string KeyArgument(const confd_value_t& key) {
+  return key.type == C_INT64 ? std::to_string(CONFD_GET_INT64(&key)) : Shown(key);
+}
+
 std::string Format(const char* format, va_list arguments) {
-  std::array<char, 2048> text{};
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  return text.data();
+  std::string text;
+  for (const char* at = format; *at != '\0'; ++at) {
+    if (*at != '%') {
+      text += *at;
+      continue;
+    }
+    switch (*++at) {
+      case 's':
+        text += va_arg(arguments, const char*);
+        break;
+      case 'd':
+        text += std::to_string(va_arg(arguments, int));
+        break;
+      case 'x':
+        text += KeyArgument(*va_arg(arguments, const confd_value_t*));
+        break;
+      default:
+        text += "(a verb that paths do not have)";
+        break;
+    }
+  }
+  return text;
 }
 
 // Replaces positions, md[0], by keys, md{east}.
@@ -58,15 +104,25 @@ std::string ByKeys(const std::string& path) {
   return result;
 }
 
-// Notes the call; true when it is to fail.
-bool Fails(const char* call, int socket, const std::string& path) {
-  Current().calls.push_back(std::string(call) + " " + std::to_string(socket) + " " + path);
+bool FailsByPath(const std::string& path) {
   const auto failure = Current().failures.find(path);
   if (failure == Current().failures.end()) {
     return false;
   }
   Current().last_error = failure->second;
   return true;
+}
+
+// Notes the call; true when it is to fail.
+bool Fails(const char* call, int socket, const std::string& path) {
+  Current().calls.push_back(std::string(call) + " " + std::to_string(socket) + " " + path);
+  return FailsByPath(path);
+}
+
+// The same for an operational write; `value` is empty where there is none.
+int Write(const char* call, int socket, const std::string& path, const std::string& value) {
+  NoteCall(std::string(call) + " " + std::to_string(socket) + " " + path + value);
+  return FailsByPath(path) ? CONFD_ERR : CONFD_OK;
 }
 
 const CdbValue* Find(const std::string& path) {
@@ -89,6 +145,23 @@ void Convert(const CdbValue& from, confd_value_t* to) {
   } else {
     CONFD_SET_ENUM_VALUE(to, std::get<Enumeration>(from).value);
   }
+}
+
+// The elements of a leaf-list as C_INT32, or as C_ENUM_VALUE.
+std::vector<confd_value_t> Elements(const CdbValue& list) {
+  std::vector<confd_value_t> elements;
+  if (const auto* numbers = std::get_if<std::vector<int>>(&list)) {
+    for (const int number : *numbers) {
+      confd_value_t& element = elements.emplace_back();
+      CONFD_SET_INT32(&element, number);
+    }
+    return elements;
+  }
+  for (const Enumeration& enumeration : std::get<std::vector<Enumeration>>(list)) {
+    confd_value_t& element = elements.emplace_back();
+    CONFD_SET_ENUM_VALUE(&element, enumeration.value);
+  }
+  return elements;
 }
 
 std::string ElementText(const confd_value_t& element) {
@@ -121,11 +194,18 @@ void FailCdb(const std::string& path, const std::string& text) {
 std::vector<std::string>& CdbCalls() {
   return Current().calls;
 }
+void NoteCall(const std::string& call) {
+  Current().calls.push_back(call);
+  Event(call);
+}
 int FreedValues() {
   return Current().freed;
 }
 int LiveValues() {
   return Current().live;
+}
+int ValueTextSize() {
+  return Current().value_text_size;
 }
 void SetKeypathText(std::string text) {
   Current().keypath_text = std::move(text);
@@ -158,7 +238,9 @@ int cdb_exists(int sock, const char* fmt, ...) {
   if (Fails("cdb_exists", sock, path)) {
     return CONFD_ERR;
   }
-  return Current().empty_leaves.count(path) != 0 ? 1 : 0;
+  const bool exists =
+      Current().empty_leaves.count(path) != 0 || Current().leaves.count(fake::ByKeys(path)) != 0;
+  return exists ? 1 : 0;
 }
 
 int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
@@ -183,13 +265,83 @@ int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...)
   if (value == nullptr) {
     return CONFD_ERR;
   }
-  const auto& list = std::get<std::vector<int>>(*value);
-  *n = static_cast<int>(list.size());
-  *values = static_cast<confd_value_t*>(std::calloc(list.size(), sizeof(confd_value_t)));
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    CONFD_SET_INT32(&(*values)[i], list[i]);
-  }
+  const std::vector<confd_value_t> elements = fake::Elements(*value);
+  *n = static_cast<int>(elements.size());
+  *values = static_cast<confd_value_t*>(std::calloc(elements.size(), sizeof(confd_value_t)));
+  std::copy(elements.begin(), elements.end(), *values);
   return CONFD_OK;
+}
+
+int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  const fake::CdbValue* value = Fails("cdb_get_int32", sock, path) ? nullptr : fake::Find(path);
+  *rval = value == nullptr ? -4711 : std::get<int>(*value);
+  return value == nullptr ? CONFD_ERR : CONFD_OK;
+}
+
+int cdb_get_enum_value(int sock, int32_t* rval, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  const fake::CdbValue* value =
+      Fails("cdb_get_enum_value", sock, path) ? nullptr : fake::Find(path);
+  *rval = value == nullptr ? -4711 : std::get<fake::Enumeration>(*value).value;
+  return value == nullptr ? CONFD_ERR : CONFD_OK;
+}
+
+int cdb_get_str(int sock, char* rval, int n, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  const fake::CdbValue* value = Fails("cdb_get_str", sock, path) ? nullptr : fake::Find(path);
+  if (value == nullptr) {
+    return CONFD_ERR;
+  }
+  std::snprintf(rval, static_cast<std::size_t>(n), "%s", std::get<std::string>(*value).c_str());
+  return CONFD_OK;
+}
+
+int cdb_create(int sock, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  return fake::Write("cdb_create", sock, path, "");
+}
+
+int cdb_delete(int sock, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  return fake::Write("cdb_delete", sock, path, "");
+}
+
+int cdb_set_elem(int sock, confd_value_t* val, const char* fmt, ...) {
+  va_list arguments;
+  va_start(arguments, fmt);
+  const std::string path = fake::Format(fmt, arguments);
+  va_end(arguments);
+  return fake::Write("cdb_set_elem", sock, path, " " + fake::Shown(*val));
+}
+
+// Replies are refused, as late ones are: nobody looks at the result.
+int confd_data_reply_value(confd_trans_ctx* tctx, const confd_value_t* v) {
+  fake::NoteCall("reply " + std::to_string(tctx->thandle) + ": " + fake::Shown(*v));
+  return CONFD_ERR;
+}
+
+int confd_data_reply_next_key(confd_trans_ctx* tctx, const confd_value_t* v, int num_vals_in_key,
+                              long next) {
+  fake::NoteCall("next_key " + std::to_string(tctx->thandle) + ": " +
+                 (v == nullptr ? "none" : fake::Shown(*v)) +
+                 " keys=" + std::to_string(num_vals_in_key) + " next=" + std::to_string(next));
+  return CONFD_ERR;
 }
 
 const char* confd_lasterr(void) {
@@ -208,6 +360,7 @@ void confd_free_value(confd_value_t* v) {
 
 int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
   const auto size = static_cast<std::size_t>(bufsiz);
+  Current().value_text_size = bufsiz;
   switch (v->type) {
     case C_XMLTAG:
       return std::snprintf(buf, size, "0x%08x", CONFD_GET_XMLTAG(v));
@@ -215,6 +368,8 @@ int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
       return std::snprintf(buf, size, "%s", CONFD_GET_CBUFPTR(v));
     case C_INT32:
       return std::snprintf(buf, size, "%d", CONFD_GET_INT32(v));
+    case C_INT64:
+      return std::snprintf(buf, size, "%s", std::to_string(CONFD_GET_INT64(v)).c_str());
     case C_ENUM_VALUE:
       return std::snprintf(buf, size, "enum(%d)", CONFD_GET_ENUM_VALUE(v));
     default:

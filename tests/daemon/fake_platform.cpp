@@ -1,6 +1,7 @@
 #include "daemon/fake_platform.h"
 
 #include <google/protobuf/stubs/common.h>
+#include <sys/sysinfo.h>
 #include <velmidware.h>
 #include <zlog.h>
 
@@ -24,7 +25,10 @@ constexpr int kMessageSize = 300;
 struct State {
   std::vector<std::string> events;
   std::vector<LogRecord> logs;
+  std::function<void(const LogRecord&)> on_log = [](const LogRecord&) {};
   std::vector<Fault> faults;
+  long uptime = 0;
+  bool uptime_fails = false;
   Loop loop = [](velmw_t*, bool*) { return 0; };
   std::function<void()> protobuf_shutdown = [] {};
 };
@@ -65,6 +69,10 @@ std::vector<LogRecord>& Logs() {
   return Current().logs;
 }
 
+void OnLog(std::function<void(const LogRecord&)> action) {
+  Current().on_log = std::move(action);
+}
+
 std::vector<std::string> LogTexts() {
   std::vector<std::string> texts;
   for (const LogRecord& record : Logs()) {
@@ -76,6 +84,12 @@ std::vector<std::string> LogTexts() {
 
 std::vector<Fault>& Faults() {
   return Current().faults;
+}
+void SetUptime(long seconds) {
+  Current().uptime = seconds;
+}
+void FailUptime() {
+  Current().uptime_fails = true;
 }
 void SetLoop(Loop loop) {
   Current().loop = std::move(loop);
@@ -100,9 +114,18 @@ void zlog(zlog_category_t* category, const char* file, size_t filelen, const cha
   std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
   const bool ours = category == fake::Category();
-  Current().logs.push_back({std::string(file, filelen), std::string(func, funclen), line, level,
-                            ours ? text.data() : "(in another category)"});
+  const fake::LogRecord record{std::string(file, filelen), std::string(func, funclen), line, level,
+                               ours ? text.data() : "(in another category)"};
+  Current().logs.push_back(record);
   Event(std::string("zlog ") + text.data());
+  Current().on_log(record);
+}
+
+// Instead of the C library's. A failure leaves something that must not be used.
+int sysinfo(struct sysinfo* info) noexcept {
+  *info = {};
+  info->uptime = Current().uptime_fails ? 4711 : Current().uptime;
+  return Current().uptime_fails ? -1 : 0;
 }
 
 velmw_t* velmw_init(const char* application_name) {

@@ -32,6 +32,8 @@ struct LogRecord {
   std::string text;
 };
 std::vector<LogRecord>& Logs();
+// Called after each record.
+void OnLog(std::function<void(const LogRecord&)> action);
 // The records as "level file function: text".
 std::vector<std::string> LogTexts();
 
@@ -44,6 +46,11 @@ struct Fault {
   bool padded_with_zeros;  // the 300 bytes of the message's buffer
 };
 std::vector<Fault>& Faults();
+
+// What sysinfo tells; 0 at first.
+void SetUptime(long seconds);
+// Lets sysinfo fail from now on.
+void FailUptime();
 
 // Stands for velmw_loop_while; the default returns 0.
 using Loop = std::function<int(velmw_t* handle, bool* run)>;

@@ -3,17 +3,52 @@
 #include <stdexcept>
 #include <utility>
 
+#include "daemon/fake_confd.h"
 #include "daemon/fake_platform.h"
+#include "velconfd/cdb_session.h"
 
 namespace fake {
 namespace {
 bool fail_next = false;
+constexpr int kSessionSocket = 40;
+int session_socket = kSessionSocket;
+int open_sessions = 0;
+constexpr int kConnections = 4;
+char connections[kConnections];
+
+// 0 for none.
+int NumberOf(const VelConfdInterface* connection) {
+  for (int number = 1; number < kConnections; ++number) {
+    if (connection == Connection(number)) {
+      return number;
+    }
+  }
+  return connection == nullptr ? 0 : -1;
+}
 }  // namespace
 
 void ResetVelconfd() {
   LastAgentInterface() = AgentInterface{};
   StatusHandlerOptions() = {true, true, true};
+  DestroyedCallpoints().clear();
   fail_next = false;
+  session_socket = kSessionSocket;
+  open_sessions = 0;
+}
+
+VelConfdInterface* Connection(int number) {
+  return reinterpret_cast<VelConfdInterface*>(&connections[number]);
+}
+void SetSessionSocket(int socket) {
+  session_socket = socket;
+}
+int OpenSessions() {
+  return open_sessions;
+}
+
+std::vector<const velconfd::DataHandler::Callpoint*>& DestroyedCallpoints() {
+  static std::vector<const velconfd::DataHandler::Callpoint*> destroyed;
+  return destroyed;
 }
 
 AgentInterface& LastAgentInterface() {
@@ -32,6 +67,24 @@ std::array<bool, 3>& StatusHandlerOptions() {
 
 }  // namespace fake
 
+VelConfdCdbSessionBase::VelConfdCdbSessionBase(VelConfdInterface* confd, cdb_db_type database,
+                                               bool lock_free_reads)
+    : confd_(confd), socket_(fake::session_socket) {
+  ++fake::open_sessions;
+  fake::NoteCall(std::string("open ") + (database == CDB_RUNNING ? "running" : "operational") +
+                 " read=" + std::to_string(lock_free_reads ? 1 : 0) +
+                 " connection=" + std::to_string(fake::NumberOf(confd_)));
+}
+
+VelConfdCdbSessionBase::~VelConfdCdbSessionBase() {
+  --fake::open_sessions;
+  fake::NoteCall("close");
+}
+
+int VelConfdCdbSessionBase::Socket() const {
+  return socket_;
+}
+
 namespace velconfd {
 
 BaseHandler::BaseHandler(zlog_category_s* log) : base_log_(log) {}
@@ -45,6 +98,7 @@ ConfigHandler::~ConfigHandler() {
 
 DataHandler::Callpoint::~Callpoint() {
   fake::Event("~Callpoint");
+  fake::DestroyedCallpoints().push_back(this);
 }
 int DataHandler::Callpoint::ExistsOptionalCallback(confd_trans_ctx*, confd_hkeypath_t*) {
   return CONFD_ERR;
@@ -114,6 +168,9 @@ AppInterface::AppInterface(velmw_t* middleware, zlog_category_s* log, const char
   fake::Event("AppInterface");
   if (std::exchange(fake::fail_next, false)) {
     throw std::runtime_error("no loop to work in");
+  }
+  for (BaseHandler* handler : data_handlers) {
+    handler->confd_ = fake::Connection(1);
   }
   const BaseHandler* action_handler = action_handlers.front();
   fake::LastAgentInterface() = {

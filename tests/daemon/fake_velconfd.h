@@ -28,6 +28,19 @@ AgentInterface& LastAgentInterface();
 // Lets the next AppInterface throw std::runtime_error.
 void FailNextAgentInterface();
 
+// Connections to the agent, told apart by their numbers. AppInterface gives
+// number 1 to the data handlers.
+VelConfdInterface* Connection(int number);
+// Socket of the sessions to come; 40 at first, negative for a failure. A
+// session's opening and end are events and calls of the ConfD API, such as
+// "open operational read=0 connection=1" and "close".
+void SetSessionSocket(int socket);
+// Sessions that are open.
+int OpenSessions();
+
+// Callpoints that were destroyed, in order.
+std::vector<const velconfd::DataHandler::Callpoint*>& DestroyedCallpoints();
+
 // Options of the last StatusHandler.
 std::array<bool, 3>& StatusHandlerOptions();
 

@@ -1,170 +1,131 @@
+// What the status handler is made of, and where notifications end up.
 #include "status/status.h"
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "daemon/death.h"
-#include "daemon/fake_client.h"
-#include "daemon/fake_velconfd.h"
-#include "daemon/platform_test.h"
-#include "daemon/values.h"
-#include "status/actions.h"
+#include "daemon/status_fixture.h"
+#include "status/status_callpoint.h"
 
 namespace test {
 namespace {
 
-namespace tag = cfm::tag;
+using testing::Contains;
 using testing::ElementsAre;
-using testing::ExitedWithCode;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
-class Status : public PlatformTest {
- protected:
-  cfm::StatusReceiver receiver_;
-  cfm::Client client_{fake::Middleware(), &receiver_};
-};
+using Handler = Status;
 
-TEST_F(Status, ItsConstructionIsLogged) {
+TEST_F(Handler, ItsConstructionIsLogged) {
   const cfm::Status status(fake::Category(), &receiver_, &client_);
   EXPECT_THAT(fake::LogTexts(), ElementsAre("10 status.cpp Status: Status handling initialized"));
 }
 
-TEST_F(Status, TheFrameworksOptionsAreAllOff) {
+TEST_F(Handler, TheFrameworksOptionsAreAllOff) {
   const cfm::Status status(fake::Category(), &receiver_, &client_);
   EXPECT_THAT(fake::StatusHandlerOptions(), ElementsAre(false, false, false));
 }
 
-TEST_F(Status, ItHandsOutNoCallpointsYet) {
-  const cfm::Status status(fake::Category(), &receiver_, &client_);
-  EXPECT_THAT(status.GetCallpoints(), IsEmpty());
+TEST_F(Handler, ItsCallpointsAreTheStatisticsAndTheComputedLeavesInTheirOrder) {
+  std::vector<std::string> names;
+  for (velconfd::DataHandler::Callpoint* callpoint : status_.GetCallpoints()) {
+    names.emplace_back(callpoint->GetCallpoint());
+  }
+  EXPECT_THAT(names, ElementsAre("statistics", "ccm-interval", "direction", "fault-alarm-time",
+                                 "fault-reset-time", "interface", "level", "primary-vlan-id",
+                                 "remote-meps", "vlan-list", "last-state-change"));
+  names.erase(names.begin());
+  EXPECT_EQ(cfm::Status::InitCallpointIds(), names);
 }
 
-TEST_F(Status, TheStatisticsCallpointHasItsName) {
-  cfm::Status status(fake::Category(), &receiver_, &client_);
-  ASSERT_NE(status.GetStatisticsCallpoint(), nullptr);
-  EXPECT_STREQ(status.GetStatisticsCallpoint()->GetCallpoint(), "statistics");
+TEST_F(Handler, TheFirstCallpointIsTheStatisticsCallpoint) {
+  const auto& callpoints = status_.GetCallpoints();
+  EXPECT_EQ(callpoints.front(), status_.GetStatisticsCallpoint());
+  for (std::size_t i = 1; i < callpoints.size(); ++i) {
+    EXPECT_NE(dynamic_cast<cfm::StatusCallpoint*>(callpoints[i]), nullptr) << i;
+  }
 }
 
-TEST_F(Status, ItsDestructionUnregistersBeforeAnythingElseGoes) {
+TEST_F(Handler, TheCallpointsKnowTheMepsOfItsRecords) {
+  status_.LocalMepUpdate("A", "x", 5, LocalStatus());
+  fake::SetLeaf("/config/oam/cfm/md{A}/level", 6);
+  confd_trans_ctx transaction = Transaction(7);
+  confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kLevel), Int64(0), Tag(cfm::tag::kLocal)});
+  for (std::size_t i = 1; i < status_.GetCallpoints().size(); ++i) {
+    Happened();
+    EXPECT_EQ(status_.GetCallpoints()[i]->GetElemCallback(&transaction, &keypath), CONFD_OK);
+    EXPECT_THAT(Happened(),
+                ElementsAre("open running read=1 connection=1", "reply 7: C_INT32(6)", "close"));
+  }
+}
+
+TEST_F(Handler, TheStatisticsCallpointAsksItsClient) {
+  status_.LocalMepUpdate("A", "x", 5, LocalStatus());
+  fake::SetUptime(1000);
+  confd_trans_ctx transaction = Transaction(7);
+  confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kMepCcmsSent), Int64(0)});
+  EXPECT_EQ(status_.GetStatisticsCallpoint()->GetElemCallback(&transaction, &keypath),
+            CONFD_DELAYED_RESPONSE);
+  EXPECT_EQ(fake::StatisticsRequests(), 1);
+}
+
+TEST_F(Handler, EveryNotificationHasItsOwnEffect) {
+  receiver_.HandleStatusLocalMep("A", "x", 65535, LocalStatus());
+  EXPECT_THAT(fake::LogTexts(), ElementsAre("10 status.cpp LocalMepUpdate: Local MEP (MD: A, MA: "
+                                            "x, MEP: 65535) status created with key: 0"));
+  Happened();
+  receiver_.HandleStatusRemoteMep("A", "x", 5, 7, RemoteStatus());
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("10 status.cpp RemoteMepUpdate: Remote MEP (MD: A, MA: x, Local MEP: 5, "
+                          "Remote MEP: 7) status created with key: 1"));
+  Happened();
+  receiver_.HandleRemovedLocalMep("A", "x", 65535);
+  EXPECT_THAT(Happened(), Contains("cdb_delete 40 /status/oam/cfm/local{0}/"));
+  receiver_.HandleRemovedRemoteMep("A", "x", 5, 7);
+  EXPECT_THAT(Happened(), Contains("cdb_delete 40 /status/oam/cfm/remote{1}/"));
+  receiver_.HandleStatisticsLocalMep("A", "x", 65535, {});
+  EXPECT_THAT(Happened(),
+              ElementsAre("zlog Local MEP statistics received (MD A, MA x, MEP 65535)"));
+  receiver_.HandleStatisticsRemoteMep("A", "x", 5, 65535, {});
+  EXPECT_THAT(Happened(),
+              ElementsAre("zlog Remote MEP statistics received (MD A, MA x, MEP 65535)"));
+  receiver_.HandleStatisticsFinished();
+  EXPECT_THAT(Happened(), ElementsAre("zlog End of statistics receiving",
+                                      "zlog Statistics received but it was not waiting for it."));
+  receiver_.HandleStatusInvalidated();
+  EXPECT_THAT(Happened(), ElementsAre(HasSubstr("zlog ConfD not ready, scheduling")));
+}
+
+TEST_F(Handler, ItsDestructionUnregistersBeforeAnythingElseGoes) {
   auto status = std::make_unique<cfm::Status>(fake::Category(), &receiver_, &client_);
   std::shared_ptr<void> watch(nullptr, [](void*) { fake::Event("unregistered"); });
   receiver_.Register({}, {}, {}, {}, {}, {}, [held = std::move(watch)] {}, {});
-  fake::Events().clear();
+  Happened();
   status.reset();
-  EXPECT_THAT(fake::Events(), ElementsAre("unregistered", "~Callpoint", "~StatusHandler"));
+  std::vector<std::string> expected(11, "~Callpoint");
+  expected.insert(expected.begin(), "unregistered");
+  expected.emplace_back("~StatusHandler");
+  EXPECT_EQ(Happened(), expected);
 }
 
-class Actions : public PlatformTest {
- protected:
-  static confd_tag_value_t Parameter(tag::Tag tag, confd_value_t value) {
-    return {{tag, tag::kNamespace}, value};
-  }
-
-  // The messages after the constructor's, without level and place.
-  std::vector<std::string> Perform(std::vector<confd_tag_value_t> parameters, int expected) {
-    cfm::Actions actions(fake::Category(), &client_, &callpoint_);
-    fake::Logs().clear();
-    EXPECT_EQ(actions.ActionCb(nullptr, nullptr, nullptr, parameters.data(),
-                               static_cast<int>(parameters.size())),
-              expected);
-    std::vector<std::string> texts;
-    for (const fake::LogRecord& record : fake::Logs()) {
-      EXPECT_EQ(record.file, "status.cpp");
-      EXPECT_EQ(record.function, "ActionCb");
-      texts.push_back(std::to_string(record.level) + " " + record.text);
-    }
-    return texts;
-  }
-
-  cfm::Client client_{fake::Middleware(), nullptr};
-  cfm::StatisticsCallpoint callpoint_;
-};
-
-using ActionsDeath = Actions;
-
-const char* const kReceived = "10 Action clear statistics request received";
-const char* const kCleared = "10 Statistics successfully cleared!";
-
-TEST_F(Actions, ItsConstructionIsLogged) {
-  const cfm::Actions actions(fake::Category(), &client_, &callpoint_);
-  EXPECT_THAT(fake::LogTexts(), ElementsAre("10 status.cpp Actions: Actions handler initialized"));
+TEST_F(Handler, ItsCallpointsAreDestroyedInTheirOrder) {
+  auto status = std::make_unique<cfm::Status>(fake::Category(), &receiver_, &client_);
+  const std::vector<const velconfd::DataHandler::Callpoint*> callpoints(
+      status->GetCallpoints().begin(), status->GetCallpoints().end());
+  status.reset();
+  EXPECT_EQ(fake::DestroyedCallpoints(), callpoints);
 }
 
-TEST_F(Actions, TheActionPointHasItsName) {
-  const cfm::Actions actions(fake::Category(), &client_, &callpoint_);
-  EXPECT_STREQ(actions.GetActionPoint(), "clear_cfm_statistics");
-}
-
-TEST_F(ActionsDeath, WithoutAClientOrACallpointItsConstructionIsFatal) {
-  EXPECT_EXIT(cfm::Actions(fake::Category(), nullptr, &callpoint_), ExitedWithCode(1),
-              FatalFault("Actions", "", "status.cpp"));
-  EXPECT_EXIT(cfm::Actions(fake::Category(), &client_, nullptr), ExitedWithCode(1),
-              FatalFault("Actions", "", "status.cpp"));
-}
-
-TEST_F(Actions, WithoutParametersEverythingIsCleared) {
-  EXPECT_THAT(Perform({}, CONFD_OK),
-              ElementsAre(kReceived,
-                          "10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: <any>",
-                          kCleared));
-  EXPECT_THAT(fake::ClearRequests(),
-              ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 0}));
-}
-
-TEST_F(Actions, ParametersNarrowDownWhatIsCleared) {
-  EXPECT_THAT(Perform({Parameter(tag::kMd, Buf("A")), Parameter(tag::kMa, Buf("x")),
-                       Parameter(tag::kMep, Int32(5))},
-                      CONFD_OK),
-              ElementsAre(kReceived, "10 Parameter MD=A received", "10 Parameter MA=A received",
-                          "10 Parameter MEP=5 received",
-                          "10 MEP to have the statistics cleared: MD: A, MA: x, MEP: 5", kCleared));
-  EXPECT_THAT(fake::ClearRequests(), ElementsAre(fake::ClearRequest{"A", "x", 5}));
-}
-
-TEST_F(Actions, AnMaWithoutAnMdBeforeItIsLoggedAsNull) {
-  EXPECT_THAT(
-      Perform({Parameter(tag::kMa, Buf("x")), Parameter(tag::kMd, Buf("A"))}, CONFD_OK),
-      ElementsAre(kReceived, "10 Parameter MA=(null) received", "10 Parameter MD=A received",
-                  "10 MEP to have the statistics cleared: MD: A, MA: x, MEP: <any>", kCleared));
-}
-
-TEST_F(Actions, AMepIdTakesTheLow16BitsAndIsShownWithASign) {
-  EXPECT_THAT(
-      Perform({Parameter(tag::kMep, Int32(70000))}, CONFD_OK),
-      testing::Contains("10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: 4464"));
-  EXPECT_THAT(
-      Perform({Parameter(tag::kMep, Int32(40000))}, CONFD_OK),
-      ElementsAre(kReceived, "10 Parameter MEP=40000 received",
-                  "10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: -25536",
-                  kCleared));
-  EXPECT_THAT(fake::ClearRequests(),
-              ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 4464},
-                          fake::ClearRequest{std::nullopt, std::nullopt, 40000}));
-}
-
-TEST_F(Actions, MepZeroStandsForAnyAndALaterParameterWins) {
-  EXPECT_THAT(
-      Perform({Parameter(tag::kMep, Int32(5)), Parameter(tag::kMep, Int32(0))}, CONFD_OK),
-      testing::Contains("10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: <any>"));
-  EXPECT_THAT(fake::ClearRequests(),
-              ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 0}));
-}
-
-TEST_F(Actions, AnUnknownParameterIsRefusedAndNothingIsCleared) {
-  EXPECT_THAT(Perform({Parameter(tag::kMd, Buf("A")), Parameter(tag::kLevel, Int32(3))}, CONFD_ERR),
-              ElementsAre(kReceived, "10 Parameter MD=A received",
-                          "11 Invalid XML Tag 3 while handling action clear statistics."));
-  EXPECT_THAT(fake::ClearRequests(), IsEmpty());
-}
-
-TEST_F(ActionsDeath, ParametersOfAnotherTypeFailTheAssertion) {
-  EXPECT_DEATH(Perform({Parameter(tag::kMep, Buf("5"))}, CONFD_OK),
-               Assertion("(&params[i].v)->type == C_INT32"));
-  EXPECT_DEATH(Perform({Parameter(tag::kMd, Int32(5))}, CONFD_OK),
-               Assertion("(&params[i].v)->type == C_BUF"));
-  EXPECT_DEATH(Perform({Parameter(tag::kMa, Int32(5))}, CONFD_OK),
-               Assertion("(&params[i].v)->type == C_BUF"));
+TEST_F(Handler, NotificationsAfterItsDestructionAreDropped) {
+  auto status = std::make_unique<cfm::Status>(fake::Category(), &receiver_, &client_);
+  status.reset();
+  Happened();
+  receiver_.HandleStatusLocalMep("A", "x", 5, LocalStatus());
+  receiver_.HandleStatisticsFinished();
+  receiver_.HandleStatusInvalidated();
+  EXPECT_THAT(Happened(), IsEmpty());
 }
 
 }  // namespace

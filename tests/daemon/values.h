@@ -2,6 +2,7 @@
 #ifndef CFM_TESTS_DAEMON_VALUES_H
 #define CFM_TESTS_DAEMON_VALUES_H
 
+#include <confd_dp.h>
 #include <confd_lib.h>
 
 #include <initializer_list>
@@ -13,6 +14,12 @@ namespace test {
 inline confd_value_t Int32(int number) {
   confd_value_t value{};
   CONFD_SET_INT32(&value, number);
+  return value;
+}
+
+inline confd_value_t Int64(long long number) {
+  confd_value_t value{};
+  CONFD_SET_INT64(&value, number);
   return value;
 }
 
@@ -49,6 +56,13 @@ inline confd_hkeypath_t Keypath(std::initializer_list<confd_value_t> elements) {
     path.v[path.len++][0] = element;
   }
   return path;
+}
+
+// A transaction that the fakes know by its number.
+inline confd_trans_ctx Transaction(int number) {
+  confd_trans_ctx transaction{};
+  transaction.thandle = number;
+  return transaction;
 }
 
 }  // namespace test

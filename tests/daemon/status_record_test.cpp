@@ -1,0 +1,424 @@
+// Records of single MEPs: how they appear, change and go.
+#include <string>
+#include <vector>
+
+#include "daemon/status_fixture.h"
+
+namespace test {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::ExitedWithCode;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+std::string Local(long long key, const std::string& leaf) {
+  return "/status/oam/cfm/local{" + std::to_string(key) + "}/" + leaf;
+}
+std::string Remote(long long key, const std::string& leaf) {
+  return "/status/oam/cfm/remote{" + std::to_string(key) + "}/" + leaf;
+}
+
+// The writes of LocalStatus() for MEP 5 of MA "x" of MD "A".
+std::vector<std::string> LocalWrites(long long key) {
+  const std::string set = "cdb_set_elem 40 ";
+  return {
+      set + Local(key, "md C_STR(A)"),
+      set + Local(key, "ma C_STR(x)"),
+      set + Local(key, "mep C_INT32(5)"),
+      set + Local(key, "mac-address C_STR(00:1a:2b:3c:4d:5e)"),
+      set + Local(key, "tx-rdi C_ENUM_VALUE(1)"),
+      set + Local(key, "defects C_STR(ARX)"),
+      set + Local(key, "highest-priority-defect C_STR(X)"),
+      set + Local(key, "tx-interface-status-tlv C_ENUM_VALUE(0)"),
+      set + Local(key, "tx-port-status-tlv C_ENUM_VALUE(1)"),
+      set + Local(key, "block-state C_STR(Forwarding)"),
+  };
+}
+
+// The writes of RemoteStatus() for remote MEP 7, seen by MEP 5.
+std::vector<std::string> RemoteWrites(long long key) {
+  const std::string set = "cdb_set_elem 40 ";
+  return {
+      set + Remote(key, "md C_STR(A)"),
+      set + Remote(key, "ma C_STR(x)"),
+      set + Remote(key, "local-mep C_INT32(5)"),
+      set + Remote(key, "remote-mep C_INT32(7)"),
+      set + Remote(key, "mac-address C_STR(ff:fe:00:01:80:7f)"),
+      set + Remote(key, "rx-rdi C_ENUM_VALUE(0)"),
+      set + Remote(key, "rx-interface-status-tlv C_ENUM_VALUE(1)"),
+      set + Remote(key, "rx-port-status-tlv C_ENUM_VALUE(0)"),
+      set + Remote(key, "state C_ENUM_VALUE(3)"),
+      set + Remote(key, "rx-sender-id C_STR(chassis 7)"),
+  };
+}
+
+std::vector<std::string> InSession(std::vector<std::string> before,
+                                   const std::vector<std::string>& writes) {
+  before.insert(before.begin(), kOpen);
+  before.insert(before.end(), writes.begin(), writes.end());
+  before.emplace_back(kClose);
+  return before;
+}
+
+class StatusRecord : public Status {
+ protected:
+  void UpdateLocal(int mep = 5) { status_.LocalMepUpdate("A", "x", mep, LocalStatus()); }
+  void UpdateRemote(int remote_mep = 7, int local_mep = 5) {
+    status_.RemoteMepUpdate("A", "x", local_mep, remote_mep, RemoteStatus());
+  }
+
+  // What a callpoint answers for the age of a record's last state change.
+  std::string LastStateChange(long long key) {
+    confd_trans_ctx transaction = Transaction(7);
+    confd_hkeypath_t keypath =
+        Keypath({Tag(cfm::tag::kLastStateChange), Int64(key), Tag(cfm::tag::kMd)});
+    Happened();
+    status_.GetCallpoints().back()->GetElemCallback(&transaction, &keypath);
+    return Happened().at(1);
+  }
+  // Whose record a key is of.
+  std::string MepOf(long long key) {
+    confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kMepCcmsSent), Int64(key)});
+    confd_trans_ctx transaction = Transaction(7);
+    Happened();
+    status_.GetCallpoints().front()->GetElemCallback(&transaction, &keypath);
+    return Happened().front();
+  }
+};
+
+using StatusRecordDeath = StatusRecord;
+
+TEST_F(StatusRecord, ANewLocalMepGetsARecordUnderKey0) {
+  UpdateLocal();
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("10 status.cpp LocalMepUpdate: Local MEP (MD: A, MA: x, MEP: 5) status "
+                          "created with key: 0"));
+  EXPECT_EQ(Happened(),
+            InSession({"cdb_create 40 " + Local(0, ""),
+                       "zlog Local MEP (MD: A, MA: x, MEP: 5) status created with key: 0"},
+                      LocalWrites(0)));
+  EXPECT_THAT(MepOf(0), HasSubstr("(MD A, MA x, MEP 5)"));
+}
+
+TEST_F(StatusRecord, ASecondStatusOfALocalMepRewritesAllLeavesUnderItsKey) {
+  UpdateLocal();
+  Happened();
+  UpdateLocal();
+  EXPECT_EQ(Happened(), InSession({}, LocalWrites(0)));
+}
+
+TEST_F(StatusRecord, ANewRemoteMepGetsARecordUnderTheNextKey) {
+  UpdateLocal();
+  Happened();
+  UpdateRemote();
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("10 status.cpp RemoteMepUpdate: Remote MEP (MD: A, MA: x, Local MEP: 5, "
+                          "Remote MEP: 7) status created with key: 1"));
+  EXPECT_EQ(Happened(), InSession({"cdb_create 40 " + Remote(1, ""),
+                                   "zlog Remote MEP (MD: A, MA: x, Local MEP: 5, Remote MEP: 7) "
+                                   "status created with key: 1"},
+                                  RemoteWrites(1)));
+  EXPECT_THAT(MepOf(1), HasSubstr("(MD A, MA x, MEP 7)"));
+}
+
+TEST_F(StatusRecord, ASecondStatusOfARemoteMepRewritesAllLeavesUnderItsKey) {
+  UpdateRemote();
+  Happened();
+  UpdateRemote();
+  EXPECT_EQ(Happened(), InSession({}, RemoteWrites(0)));
+}
+
+TEST_F(StatusRecord, TwoLocalMepsThatSeeOneRemoteMepShareItsRecord) {
+  UpdateRemote(7, 1);
+  Happened();
+  UpdateRemote(7, 2);
+  EXPECT_THAT(Happened(), AllOf(Contains("cdb_set_elem 40 " + Remote(0, "local-mep C_INT32(2)")),
+                                Not(Contains(HasSubstr("cdb_create")))));
+}
+
+TEST_F(StatusRecord, ARemoteMepWithTheIdOfALocalOneTakesItsKeyWithoutARecord) {
+  UpdateLocal(7);
+  fake::FailCdb(Remote(0, "md"), "no such entry");
+  Happened();
+  UpdateRemote(7);
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("11 status.cpp RemoteMepUpdate: Error to set "
+                          "/status/oam/cfm/remote{%x}/. md: A key: 0 (no such entry)"));
+  const auto happened = Happened();
+  EXPECT_THAT(happened, Not(Contains(HasSubstr("cdb_create"))));
+  EXPECT_THAT(happened, Contains(RemoteWrites(0).back()));
+}
+
+TEST_F(StatusRecord, EveryLastStateChangeOfARemoteMepIsKept) {
+  fake::SetUptime(160);
+  UpdateRemote();
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(1min ago)");
+  cfm::st_rmep_status status = RemoteStatus();
+  status.last_state_change = 158;
+  status_.RemoteMepUpdate("A", "x", 5, 7, status);
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(2s ago)");
+}
+
+TEST_F(StatusRecordDeath, ALocalMepHasNoLastStateChange) {
+  UpdateLocal();
+  EXPECT_EXIT(
+      LastStateChange(0), ExitedWithCode(1),
+      FatalFault("GetLastChange", "Error getting last change: Invalid key 0", "status.cpp"));
+}
+
+TEST_F(StatusRecord, DefectsAreLettersAndTheLastOneIsTheHighest) {
+  const struct {
+    bool defects[cfm::kDefectCount];
+    const char* present;
+    const char* highest;
+  } kRows[] = {
+      {{false, false, false, false, false}, "-", "-"},
+      {{true, false, false, false, false}, "A", "A"},
+      {{false, true, false, false, false}, "S", "S"},
+      {{false, false, true, false, false}, "R", "R"},
+      {{false, false, false, true, false}, "I", "I"},
+      {{false, false, false, false, true}, "X", "X"},
+      {{true, false, true, false, false}, "AR", "R"},
+      {{true, true, true, true, true}, "ASRIX", "X"},
+  };
+  for (const auto& row : kRows) {
+    cfm::st_lmep_status status = LocalStatus();
+    std::copy(std::begin(row.defects), std::end(row.defects), status.defects);
+    Happened();
+    status_.LocalMepUpdate("A", "x", 5, status);
+    const auto happened = Happened();
+    EXPECT_THAT(happened,
+                Contains("cdb_set_elem 40 " + Local(0, "defects C_STR(") + row.present + ")"));
+    EXPECT_THAT(happened, Contains("cdb_set_elem 40 " + Local(0, "highest-priority-defect C_STR(") +
+                                   row.highest + ")"));
+  }
+}
+
+TEST_F(StatusRecord, AnUnknownInterfaceStatusIsAFaultAndItsFallbackIsWritten) {
+  cfm::st_lmep_status status = LocalStatus();
+  status.tx_interface_status = cfm::InterfaceStatus{9};
+  status.tx_rdi = false;
+  status_.LocalMepUpdate("A", "x", 5, status);
+  ASSERT_EQ(fake::Faults().size(), 1u);
+  EXPECT_EQ(fake::Faults().front().message, "Unsupported Interface Status: 9");
+  const auto happened = Happened();
+  EXPECT_THAT(happened, Contains("cdb_set_elem 40 " + Local(0, "tx-rdi C_ENUM_VALUE(0)")));
+  EXPECT_THAT(happened,
+              Contains("cdb_set_elem 40 " + Local(0, "tx-interface-status-tlv C_ENUM_VALUE(7)")));
+}
+
+// A value is converted when its leaf is written.
+TEST_F(StatusRecord, AFaultComesBetweenTheWrites) {
+  cfm::st_lmep_status status = LocalStatus();
+  status.tx_port_status = cfm::PortStatus{9};
+  UpdateLocal();
+  Happened();
+  status_.LocalMepUpdate("A", "x", 5, status);
+  std::vector<std::string> expected = LocalWrites(0);
+  expected[8] = "cdb_set_elem 40 " + Local(0, "tx-port-status-tlv C_ENUM_VALUE(3)");
+  expected.insert(expected.begin() + 8, "velmw_gen_fault");
+  EXPECT_EQ(Happened(), InSession({}, expected));
+}
+
+TEST_F(StatusRecordDeath, AnUnknownRemoteMepStateIsFatal) {
+  cfm::st_rmep_status status = RemoteStatus();
+  status.state = static_cast<cfm::en_rmep_state>(4);
+  EXPECT_EXIT(status_.RemoteMepUpdate("A", "x", 5, 7, status), ExitedWithCode(1),
+              FatalFault("ConvertRemoteMepState", "Invalid Remote MEP State 4", "status.cpp"));
+}
+
+TEST_F(StatusRecord, ALocalRecordThatCannotBeCreatedIsGivenUpAndItsKeyIsLost) {
+  fake::FailCdb(Local(0, ""), "no space");
+  UpdateLocal();
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("12 status.cpp LocalMepUpdate: Failed to create local MEP status entry: "
+                          "MD A - MA x - MEP 5 (no space)"));
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_create 40 " + Local(0, ""),
+                                      HasSubstr("zlog Failed to create local"), kClose));
+  UpdateLocal();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Local(1, "")));
+}
+
+TEST_F(StatusRecord, ARemoteRecordThatCannotBeCreatedIsGivenUpAndItsKeyIsLost) {
+  fake::FailCdb(Remote(0, ""), "no space");
+  UpdateRemote();
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("12 status.cpp RemoteMepUpdate: Failed to create remote MEP status "
+                          "entry: MD A - MA x - Local MEP 5 - Remote MEP 7"));
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_create 40 " + Remote(0, ""),
+                                      HasSubstr("zlog Failed to create remote"), kClose));
+  UpdateRemote();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(1, "")));
+}
+
+TEST_F(StatusRecord, ALocalLeafThatCannotBeWrittenIsLoggedAndTheOthersAreWritten) {
+  const char* const kLeaves[] = {"md",
+                                 "ma",
+                                 "mep",
+                                 "mac-address",
+                                 "tx-rdi",
+                                 "defects",
+                                 "highest-priority-defect",
+                                 "tx-interface-status-tlv",
+                                 "tx-port-status-tlv",
+                                 "block-state"};
+  UpdateLocal();
+  Happened();
+  for (const char* leaf : kLeaves) {
+    fake::FailCdb(Local(0, leaf), std::string("bad ") + leaf);
+  }
+  UpdateLocal();
+  const std::string start =
+      "11 status.cpp LocalMepUpdate: Error to set /status/oam/cfm/local{%x}/.";
+  std::vector<std::string> expected = {start + " md: A key: 0 (bad md)",
+                                       start + " ma: x key: 0 (bad ma)",
+                                       start + " mep: 5 key: 0 (bad mep)"};
+  for (std::size_t i = 3; i < std::size(kLeaves); ++i) {
+    expected.push_back(start + " md: A ma: x mep: 5 key: 0 (bad " + kLeaves[i] + ")");
+  }
+  EXPECT_EQ(fake::LogTexts(), expected);
+  std::vector<std::string> writes;
+  for (const std::string& event : Happened()) {
+    if (event.starts_with("cdb_set_elem")) {
+      writes.push_back(event);
+    }
+  }
+  EXPECT_EQ(writes, LocalWrites(0));
+}
+
+TEST_F(StatusRecord, ARemoteLeafThatCannotBeWrittenIsLoggedAndTheOthersAreWritten) {
+  const char* const kLeaves[] = {"md",
+                                 "ma",
+                                 "local-mep",
+                                 "remote-mep",
+                                 "mac-address",
+                                 "rx-rdi",
+                                 "rx-interface-status-tlv",
+                                 "rx-port-status-tlv",
+                                 "state",
+                                 "rx-sender-id"};
+  UpdateRemote();
+  Happened();
+  for (const char* leaf : kLeaves) {
+    fake::FailCdb(Remote(0, leaf), std::string("bad ") + leaf);
+  }
+  fake::SetUptime(101);
+  UpdateRemote();
+  const std::string start =
+      "11 status.cpp RemoteMepUpdate: Error to set /status/oam/cfm/remote{%x}/.";
+  std::vector<std::string> expected = {start + " md: A key: 0 (bad md)",
+                                       start + " ma: x key: 0 (bad ma)",
+                                       start + " local mep: 5 key: 0 (bad local-mep)",
+                                       start + " remote mep: 7 key: 0 (bad remote-mep)"};
+  for (std::size_t i = 4; i < std::size(kLeaves); ++i) {
+    expected.push_back(start + " md: A ma: x lmep: 5 rmep: 7 key: 0 (bad " + kLeaves[i] + ")");
+  }
+  EXPECT_EQ(fake::LogTexts(), expected);
+  std::vector<std::string> writes;
+  for (const std::string& event : Happened()) {
+    if (event.starts_with("cdb_set_elem")) {
+      writes.push_back(event);
+    }
+  }
+  EXPECT_EQ(writes, RemoteWrites(0));
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(1s ago)");
+}
+
+// Nothing asks whether there is a session, or whether ConfD is connected.
+TEST_F(StatusRecord, UpdatesAndDeletesGoToTheSocketAsItIs) {
+  status_.SetConnection(nullptr);
+  fake::SetSessionSocket(-1);
+  UpdateLocal();
+  status_.LocalMepDelete("A", "x", 5);
+  const auto happened = Happened();
+  EXPECT_EQ(happened.front(), "open operational read=0 connection=0");
+  EXPECT_THAT(happened, Contains("cdb_create -1 " + Local(0, "")));
+  EXPECT_THAT(happened, Contains("cdb_delete -1 " + Local(0, "")));
+  EXPECT_EQ(fake::OpenSessions(), 0);
+}
+
+TEST_F(StatusRecord, ALocalMepThatGoesTakesItsRecordAlong) {
+  UpdateLocal();
+  Happened();
+  status_.LocalMepDelete("A", "x", 5);
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Local(0, ""), kClose));
+  UpdateLocal();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Local(1, "")));
+}
+
+TEST_F(StatusRecord, ARemoteMepThatGoesTakesItsRecordAlongWhicheverLocalMepSaysSo) {
+  UpdateRemote();
+  Happened();
+  status_.RemoteMepDelete("A", "x", 6, 7);
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Remote(0, ""), kClose));
+  UpdateRemote();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(1, "")));
+}
+
+TEST_F(StatusRecord, AKeyThatIsFreeAgainComesBackAfterAllOthers) {
+  UpdateLocal();
+  status_.LocalMepDelete("A", "x", 5);
+  for (int mep = 1; mep < 8192; ++mep) {
+    status_.LocalMepUpdate("B", "y", mep, LocalStatus());
+  }
+  Happened();
+  UpdateRemote();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(0, "")));
+}
+
+TEST_F(StatusRecordDeath, TheRecordOfAMepThatIsGoneHasNoMep) {
+  UpdateLocal();
+  UpdateRemote();
+  status_.LocalMepDelete("A", "x", 5);
+  status_.RemoteMepDelete("A", "x", 5, 7);
+  EXPECT_EXIT(MepOf(0), ExitedWithCode(1), HasSubstr("Invalid key 0"));
+  EXPECT_EXIT(MepOf(1), ExitedWithCode(1), HasSubstr("Invalid key 1"));
+}
+
+TEST_F(StatusRecord, ADeleteOfAnUnknownMepIsLoggedAndChangesNothing) {
+  UpdateLocal();
+  Happened();
+  status_.LocalMepDelete("A", "x", 6);
+  status_.RemoteMepDelete("A", "y", 5, 7);
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("12 status.cpp LocalMepDelete: Ignoring un-existent local MEP delete "
+                          "(MD: A, MA: x, MEP: 6)",
+                          "12 status.cpp RemoteMepDelete: Ignoring un-existent remote MEP delete "
+                          "(MD: A, MA: y, Local-MEP: 5, Remote-MEP: 7)"));
+  EXPECT_THAT(Happened(), ElementsAre(HasSubstr("zlog "), HasSubstr("zlog ")));
+  UpdateLocal();
+  EXPECT_EQ(Happened(), InSession({}, LocalWrites(0)));
+}
+
+TEST_F(StatusRecordDeath, ARecordThatCannotBeDeletedIsFatal) {
+  UpdateLocal();
+  fake::FailCdb(Local(0, ""), "no session");
+  EXPECT_EXIT(status_.LocalMepDelete("A", "x", 5), ExitedWithCode(1),
+              FatalFault("LocalMepDelete",
+                         "Failed to remove local MEP status (md: A, ma: x, mep: 5): no session",
+                         "status.cpp"));
+  UpdateRemote();
+  fake::FailCdb(Remote(1, ""), "no session");
+  EXPECT_EXIT(status_.RemoteMepDelete("A", "x", 5, 7), ExitedWithCode(1),
+              FatalFault("RemoteMepDelete",
+                         "Failed to remove remote MEP status (md: A, ma: x, local-mep: 5, "
+                         "remote-mep: 7): no session",
+                         "status.cpp"));
+}
+
+TEST_F(StatusRecordDeath, MoreRecordsThanKeysAreFatal) {
+  for (int mep = 0; mep < 8192; ++mep) {
+    status_.LocalMepUpdate("B", "y", mep, LocalStatus());
+  }
+  EXPECT_EXIT(UpdateLocal(), ExitedWithCode(1),
+              FatalFault("GetNextKey", "No more keys available to create a new status entry",
+                         "status.cpp"));
+}
+
+}  // namespace
+}  // namespace test
