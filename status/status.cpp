@@ -894,6 +894,7 @@ Status::Status(zlog_category_s* log, StatusReceiver* receiver, Client* client)
   CFM_LOG(log_, kInformational, "Status handling initialized");
 }
 
+// The callpoints go before the key store that they use.
 Status::~Status() {
   receiver_->Unregister();
   for (const velconfd::DataHandler::Callpoint* callpoint : callpoints_) {
