@@ -1,6 +1,10 @@
 // When and what a MEP sends.
 #include <gtest/gtest.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "world.h"
 
 namespace cfm::engine {
@@ -84,6 +88,41 @@ TEST_F(InitiatorTest, DoesNotMakeUpForCcmsThatAreOverdue) {
   EXPECT_EQ(frames, 1U);
   element.engine.Advance(At(start + 3999ms));
   EXPECT_EQ(element.engine.NextDeadline(), start + 4s) << "the grid stays where it was";
+}
+
+TEST_F(InitiatorTest, SpreadsManyMepsOverTheInterval) {
+  constexpr int kMeps = 640;
+  Hierarchy hierarchy;
+  for (int number = 0; number < kMeps; ++number) {
+    AddMep(hierarchy,
+           {.ma = std::to_string(number), .vlans = {static_cast<std::uint16_t>(number + 1)}});
+  }
+  world.Apply(element, hierarchy);
+  EXPECT_EQ(element.sent.size(), static_cast<std::size_t>(kMeps)) << "the first comes at once";
+  world.Run(1s);
+  std::map<Nanoseconds, int> frames;
+  for (std::size_t index = kMeps; index < element.sent.size(); ++index) {
+    ++frames[element.sent[index].at];
+  }
+  EXPECT_EQ(frames.size(), 64U);
+  for (const auto& [at, count] : frames) {
+    EXPECT_EQ(count, kMeps / 64);
+  }
+}
+
+TEST_F(InitiatorTest, KeepsTheIntervalWhateverTheSlot) {
+  world.Apply(element, Configure({.ma = "first", .vlans = {20}}));
+  world.Run(300ms);
+  Hierarchy hierarchy = Configure(mep);
+  const Nanoseconds start = world.Now();
+  element.sent.clear();
+  world.Apply(element, hierarchy);
+  world.Run(3s);
+  std::vector<Nanoseconds> times;
+  for (const SentFrame& frame : element.sent) {
+    times.push_back(frame.at - start);
+  }
+  EXPECT_EQ(times, (std::vector<Nanoseconds>{0ms, 500ms, 1500ms, 2500ms}));
 }
 
 TEST_F(InitiatorTest, IsSilentWhileDisabledOrWithoutAPort) {

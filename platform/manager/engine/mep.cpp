@@ -21,7 +21,8 @@ Mep::Mep(Surroundings& around, MepName name, MepSettings settings)
     : around_(around),
       name_(std::move(name)),
       remotes_(around, name_, [this] { Settle(); }),
-      initiator_(around.timers, around.now, [this](std::uint32_t number) { Send(number); }),
+      initiator_(around.timers, around.now, around.meps_made++,
+                 [this](std::uint32_t number) { Send(number); }),
       error_(around.timers, [this] { Settle(); }),
       cross_connect_(around.timers, [this] { Settle(); }),
       notifier_(around.timers, [this] { Settle(); }) {

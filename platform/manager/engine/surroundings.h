@@ -17,6 +17,7 @@ struct Surroundings {
   TimerQueue timers;
   Effects effects;
   PortTable ports{effects};
+  unsigned meps_made = 0;
   // Hands an up MEP's frame to the other up MEPs of the element.
   std::function<void(PortId from, ByteView frame)> offer_to_relay;
 };
