@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "confd_client/path_parser.h"
+#include "confd_client/path_call.h"
 #include "confd_client/reader.h"
 #include "confd_client/value.h"
 #include "confd_client/wire_value.h"
@@ -68,26 +68,6 @@ int GetList(Connection& connection, const Path& path, confd_value_t** elements, 
   return CONFD_OK;
 }
 
-// What all read calls have in common: the path is parsed, and a failure says
-// which path it was.
-template <typename Body, typename... Results>
-int Read(int sock, const char* format, Arguments& arguments, Body body,
-         Results... results) noexcept {
-  return OnConnection(sock, CDB_DATA_SOCKET, [&](Connection& connection) {
-    const Path path = ParseFormat(format, arguments);
-    if ((!results || ...)) {
-      throw ApiError(CONFD_ERR_PROTOUSAGE, PathText(path) + ": the result's address is null");
-    }
-    try {
-      return body(connection, path);
-    } catch (const ApiError& error) {
-      throw error.About(PathText(path));
-    } catch (const ipc::ProtocolError& error) {
-      throw ipc::ProtocolError(PathText(path) + ": " + error.what());
-    }
-  });
-}
-
 }  // namespace
 }  // namespace confd
 
@@ -98,10 +78,10 @@ int cdb_num_instances(int sock, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(sock, fmt, arguments,
-                     [&](confd::Connection& connection, const confd::Path& path) {
-                       return confd::CountEntries(connection, path);
-                     });
+  return confd::AtPath(sock, fmt, arguments,
+                       [&](confd::Connection& connection, const confd::Path& path) {
+                         return confd::CountEntries(connection, path);
+                       });
 }
 
 int cdb_exists(int sock, const char* fmt, ...) {
@@ -109,10 +89,10 @@ int cdb_exists(int sock, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(sock, fmt, arguments,
-                     [&](confd::Connection& connection, const confd::Path& path) {
-                       return confd::Exists(connection, path) ? 1 : 0;
-                     });
+  return confd::AtPath(sock, fmt, arguments,
+                       [&](confd::Connection& connection, const confd::Path& path) {
+                         return confd::Exists(connection, path) ? 1 : 0;
+                       });
 }
 
 int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
@@ -120,7 +100,7 @@ int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(
+  return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
         return confd::Get(connection, path, v);
@@ -133,7 +113,7 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(
+  return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
         return confd::GetInt32(connection, path, rval);
@@ -146,7 +126,7 @@ int cdb_get_enum_value(int sock, int32_t* rval, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(
+  return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
         return confd::GetEnumValue(connection, path, rval);
@@ -159,7 +139,7 @@ int cdb_get_str(int sock, char* rval, int n, const char* fmt, ...) {
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(
+  return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
         return confd::GetString(connection, path, rval, n);
@@ -172,7 +152,7 @@ int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...)
   va_start(list, fmt);
   confd::VariadicArguments arguments(list);
   va_end(list);
-  return confd::Read(
+  return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
         return confd::GetList(connection, path, values, n);

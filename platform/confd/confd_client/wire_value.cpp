@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "confd_client/error.h"
+#include "confd_client/value.h"
 #include "frame.h"
 
 namespace confd {
@@ -19,6 +21,15 @@ T Narrow(const cfm::agent::Value& value) {
 unsigned char* Bytes(const std::string& text) {
   // The C API has no const here; nobody writes through it.
   return reinterpret_cast<unsigned char*>(const_cast<char*>(text.c_str()));
+}
+
+void WriteList(const confd_list_t& list, cfm::agent::Value& message) {
+  if (list.ptr == nullptr && list.size > 0) {
+    throw ApiError(CONFD_ERR_BADTYPE, "the elements of a C_LIST are null");
+  }
+  for (unsigned int i = 0; i < list.size; ++i) {
+    *message.add_list() = WireValue(list.ptr[i]);
+  }
 }
 
 }  // namespace
@@ -85,6 +96,29 @@ BorrowedValue::BorrowedValue(const cfm::agent::Value& value) : value_{} {
   value_.type = C_LIST;
   value_.val.list.ptr = elements_.data();
   value_.val.list.size = static_cast<unsigned int>(elements_.size());
+}
+
+cfm::agent::Value WireValue(const confd_value_t& value) {
+  cfm::agent::Value message;
+  message.set_type(value.type);
+  if (value.type == C_BUF && value.val.buf.ptr == nullptr && value.val.buf.size > 0) {
+    throw ApiError(CONFD_ERR_BADTYPE, "the bytes of a C_BUF are null");
+  }
+  if (const auto bytes = BytesOf(value)) {
+    message.set_type(C_BUF);
+    message.set_text(bytes->data(), bytes->size());
+  } else if (const auto number = NumberOf(value)) {
+    message.set_number(*number);
+  } else if (value.type == C_XMLTAG) {
+    message.set_tag(value.val.xmltag.tag);
+    message.set_ns(value.val.xmltag.ns);
+  } else if (value.type == C_LIST) {
+    WriteList(value.val.list, message);
+  } else {
+    throw ApiError(CONFD_ERR_BADTYPE,
+                   "a value of type " + std::to_string(value.type) + " cannot be given");
+  }
+  return message;
 }
 
 }  // namespace confd

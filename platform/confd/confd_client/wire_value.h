@@ -29,6 +29,10 @@ class BorrowedValue {
 // One value that is no list, borrowed likewise.
 confd_value_t BorrowScalar(const cfm::agent::Value& value);
 
+// A program's value as a message; a string becomes a C_BUF. Throws ApiError,
+// CONFD_ERR_BADTYPE, for a value that is none.
+cfm::agent::Value WireValue(const confd_value_t& value);
+
 }  // namespace confd
 
 #endif

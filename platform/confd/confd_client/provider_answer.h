@@ -1,0 +1,21 @@
+// What a data provider sends to the agent.
+#ifndef CONFD_CLIENT_PROVIDER_ANSWER_H
+#define CONFD_CLIENT_PROVIDER_ANSWER_H
+
+#include <agent.pb.h>
+
+#include <string>
+
+#include "confd_client/daemon.h"
+
+namespace confd {
+
+cfm::agent::ProviderReply Answer(std::uint64_t id, cfm::agent::ProviderReply::Result result);
+// Sends it on one of the provider's connections. Throws ApiError.
+void Send(ProviderSocket& socket, cfm::agent::ProviderReply reply);
+// Answers that the request failed. `text` may be any bytes.
+void SendError(ProviderSocket& socket, std::uint64_t id, const std::string& text);
+
+}  // namespace confd
+
+#endif
