@@ -18,7 +18,12 @@ namespace velconfd {
 // Keeps the connection up by itself. When the agent comes back with another
 // configuration than the handlers last applied, the loop ends with an error,
 // because the initial load happens once in a process's life. The same when
-// the agent is lost in the middle of that load, and when a handler throws.
+// the agent is lost in the middle of that load, and when a handler throws or
+// two handlers share the name of a callpoint or action point.
+//
+// The confd_trans_ctx of a read whose reply a handler has delayed stays
+// allocated until the reply or the end of this object, whatever becomes of the
+// agent meanwhile. A reply to an agent that is lost returns CONFD_ERR.
 class AppInterface {
  public:
   // The handlers are borrowed and outlive the object; the lists are copied.

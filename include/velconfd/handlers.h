@@ -103,7 +103,9 @@ class DataHandler : public BaseHandler {
   using BaseHandler::BaseHandler;
   ~DataHandler() override;
 
-  // Around the reads of one transaction. They return CONFD_OK.
+  // Around the reads of one transaction, for any of the program's handlers.
+  // A transaction that is open when the agent is lost has no
+  // TransactionFinish. They return CONFD_OK.
   virtual int TransactionInit(confd_trans_ctx* tctx);
   virtual int TransactionFinish(confd_trans_ctx* tctx);
   // The callpoints stay the handler's.

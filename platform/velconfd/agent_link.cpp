@@ -18,14 +18,13 @@ constexpr std::uint64_t kRetryUsec = 500'000;
 }  // namespace
 
 AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name,
-                     std::vector<BaseHandler*> handlers,
-                     std::vector<ConfigHandler*> config_handlers, ELEM_CONFD_PHASE_ET phase)
+                     HandlerLists handlers, ELEM_CONFD_PHASE_ET phase)
     : middleware_(middleware),
       loop_(velmw::EventLoop(middleware)),
       log_(log),
       handlers_(std::move(handlers)),
       phase_(phase),
-      config_(log, std::move(config_handlers)),
+      config_(log, handlers_.config),
       interface_(ipc::AgentSocket(), name),
       agent_watch_(loop_, ipc::AgentSocket(), velmw::kAgentPriority,
                    [this] { InLoop(&AgentLink::Connect); }) {
@@ -76,15 +75,17 @@ void AgentLink::Connect() {
     TellConnected();
   }
   config_.ApplyInitial();
-  // Callpoints and the action point are registered here: the mirror stands,
-  // and nobody has been told yet that the agent is up.
+  // The mirror stands, and nobody has been told yet that the agent is up.
+  if (handlers_.HasAnswers()) {
+    provider_.emplace(interface_.Agent(), log_, handlers_);
+  }
   Serve();
 }
 
 void AgentLink::TellConnected() {
   interface_.SetConnected(true);
   told_ = true;
-  for (BaseHandler* handler : handlers_) {
+  for (BaseHandler* handler : handlers_.All()) {
     handler->ConfdConnected(phase_);
   }
 }
@@ -93,6 +94,10 @@ void AgentLink::Serve() {
   data_watch_ = WatchSocket(loop_, connection_->DataSocket(), OnDataSocket, this);
   subscription_watch_ =
       WatchSocket(loop_, connection_->SubscriptionSocket(), OnSubscriptionSocket, this);
+  if (provider_) {
+    control_watch_ = WatchSocket(loop_, provider_->ControlSocket(), OnControlSocket, this);
+    worker_watch_ = WatchSocket(loop_, provider_->WorkerSocket(), OnWorkerSocket, this);
+  }
   agent_watch_.Stop();
   serving_ = true;
   last_failure_.clear();
@@ -111,6 +116,14 @@ void AgentLink::TakeCommit() {
 
 void AgentLink::CheckDataSocket() {
   connection_->CheckDataSocket();
+}
+
+void AgentLink::WorkControl() {
+  provider_->Work(provider_->ControlSocket());
+}
+
+void AgentLink::WorkWorker() {
+  provider_->Work(provider_->WorkerSocket());
 }
 
 // Losing ----------------------------------------------------------------------
@@ -134,7 +147,7 @@ void AgentLink::Lose(const AgentError& error) {
 void AgentLink::TellLoss() {
   interface_.SetConnected(false);
   if (std::exchange(told_, false)) {
-    for (BaseHandler* handler : handlers_) {
+    for (BaseHandler* handler : handlers_.All()) {
       handler->ConfdDisconnected();
     }
   }
@@ -163,8 +176,14 @@ void AgentLink::End(const std::string& reason) {
 
 void AgentLink::Close() {
   retry_.reset();
+  worker_watch_.reset();
+  control_watch_.reset();
   subscription_watch_.reset();
   data_watch_.reset();
+  if (DaemonContext in_use = provider_ ? provider_->TakeContextInUse() : nullptr) {
+    retired_.push_back(std::move(in_use));
+  }
+  provider_.reset();
   interface_.SetConnected(false);
   connection_.reset();
 }
@@ -178,6 +197,16 @@ int AgentLink::OnDataSocket(sd_event_source*, int, std::uint32_t, void* self) no
 
 int AgentLink::OnSubscriptionSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
   static_cast<AgentLink*>(self)->InLoop(&AgentLink::TakeCommit);
+  return 0;
+}
+
+int AgentLink::OnControlSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::WorkControl);
+  return 0;
+}
+
+int AgentLink::OnWorkerSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::WorkWorker);
   return 0;
 }
 

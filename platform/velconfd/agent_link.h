@@ -27,6 +27,8 @@
 #include "agent_connection.h"
 #include "agent_error.h"
 #include "handler_config.h"
+#include "handler_lists.h"
+#include "provider.h"
 #include "velconfd/handlers.h"
 #include "velconfd_interface.h"
 
@@ -34,10 +36,7 @@ namespace velconfd {
 
 class AgentLink {
  public:
-  // `handlers`: all of them, in the order in which they are told of the
-  // connection; `config_handlers` those that hold configuration. All borrowed.
-  AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name,
-            std::vector<BaseHandler*> handlers, std::vector<ConfigHandler*> config_handlers,
+  AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name, HandlerLists handlers,
             ELEM_CONFD_PHASE_ET phase);
   ~AgentLink();
 
@@ -56,6 +55,8 @@ class AgentLink {
 
   void TakeCommit();
   void CheckDataSocket();
+  void WorkControl();
+  void WorkWorker();
 
   void Lose(const AgentError& error);
   void TellLoss();
@@ -67,17 +68,26 @@ class AgentLink {
                           void* self) noexcept;
   static int OnSubscriptionSocket(sd_event_source* source, int fd, std::uint32_t events,
                                   void* self) noexcept;
+  static int OnControlSocket(sd_event_source* source, int fd, std::uint32_t events,
+                             void* self) noexcept;
+  static int OnWorkerSocket(sd_event_source* source, int fd, std::uint32_t events,
+                            void* self) noexcept;
   static int OnRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
   velmw_t* middleware_;
   sd_event* loop_;
   zlog_category_s* log_;
-  std::vector<BaseHandler*> handlers_;
+  HandlerLists handlers_;
   ELEM_CONFD_PHASE_ET phase_;
 
   HandlerConfig config_;
   VelConfdInterface interface_;
   std::optional<AgentConnection> connection_;
+  std::optional<Provider> provider_;
+  // Of lost connections. A handler that has delayed a reply keeps the
+  // transaction and does not know of the loss, so what it points to stays
+  // until this object goes.
+  std::vector<DaemonContext> retired_;
   bool told_ = false;  // the handlers, of the connection
   bool serving_ = false;
   bool was_ready_ = false;
@@ -86,6 +96,8 @@ class AgentLink {
   ipc::SocketWatch agent_watch_;
   ipc::EventSource data_watch_;
   ipc::EventSource subscription_watch_;
+  ipc::EventSource control_watch_;
+  ipc::EventSource worker_watch_;
   ipc::EventSource retry_;
 };
 

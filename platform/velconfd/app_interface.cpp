@@ -4,25 +4,12 @@
 #include "agent_link.h"
 
 namespace velconfd {
-namespace {
-
-std::vector<BaseHandler*> All(const std::vector<ConfigHandler*>& config_handlers,
-                              const std::vector<ActionHandler*>& action_handlers,
-                              const std::vector<DataHandler*>& data_handlers) {
-  std::vector<BaseHandler*> all(config_handlers.begin(), config_handlers.end());
-  all.insert(all.end(), action_handlers.begin(), action_handlers.end());
-  all.insert(all.end(), data_handlers.begin(), data_handlers.end());
-  return all;
-}
-
-}  // namespace
 
 class AppInterface::Impl {
  public:
-  Impl(velmw_t* middleware, zlog_category_s* log, const char* name,
-       const std::vector<BaseHandler*>& handlers,
-       const std::vector<ConfigHandler*>& config_handlers, ELEM_CONFD_PHASE_ET phase)
-      : handlers_(handlers), link_(middleware, log, name, handlers, config_handlers, phase) {
+  Impl(velmw_t* middleware, zlog_category_s* log, const char* name, const HandlerLists& handlers,
+       ELEM_CONFD_PHASE_ET phase)
+      : handlers_(handlers.All()), link_(middleware, log, name, handlers, phase) {
     Give(&link_.Interface());
   }
   ~Impl() { Give(nullptr); }
@@ -47,8 +34,8 @@ AppInterface::AppInterface(velmw_t* middleware, zlog_category_s* log, const char
                            const std::vector<DataHandler*>& data_handlers,
                            ELEM_CONFD_PHASE_ET phase, int /*option*/)
     : impl_(std::make_unique<Impl>(middleware, log, name,
-                                   All(config_handlers, action_handlers, data_handlers),
-                                   config_handlers, phase)) {}
+                                   HandlerLists{config_handlers, action_handlers, data_handlers},
+                                   phase)) {}
 
 AppInterface::~AppInterface() = default;
 

@@ -1,49 +1,15 @@
 #include "cdb_socket.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <stdexcept>
-#include <system_error>
-
-#include "agent_error.h"
-
 namespace velconfd {
-namespace {
 
-[[noreturn]] void RefusedConnection(const AgentAddress& agent, int result) {
-  const std::string text = Describe(result, "cdb_connect_name") + " (at " + agent.Path() + ")";
-  if (result == CONFD_ERR && confd_errno == CONFD_ERR_OS) {
-    throw AgentAbsent(text);
-  }
-  throw AgentError(text);
-}
-
-}  // namespace
-
-AgentAddress::AgentAddress(const std::filesystem::path& path, std::string name)
-    : client_name(std::move(name)) {
-  const std::string& text = path.native();
-  if (text.size() >= sizeof(address.sun_path)) {
-    throw std::length_error("agent's socket " + text +
-                            ": longer than a socket path can be; choose a shorter CFM_RUNTIME_DIR");
-  }
-  address.sun_family = AF_UNIX;
-  std::memcpy(address.sun_path, text.c_str(), text.size() + 1);
-}
-
-CdbSocket::CdbSocket(const AgentAddress& agent, cdb_sock_type type)
-    : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  if (fd_ < 0) {
-    throw std::system_error(errno, std::generic_category(), "socket for the agent");
-  }
+CdbSocket::CdbSocket(const AgentAddress& agent, cdb_sock_type type) : fd_(NewAgentSocket()) {
   const int result =
       cdb_connect_name(fd_, type, agent.Get(), sizeof(agent.address), agent.client_name.c_str());
   if (result != CONFD_OK) {
     close(fd_);
-    RefusedConnection(agent, result);
+    ThrowNotConnected(agent, result, "cdb_connect_name");
   }
 }
 

@@ -3,25 +3,12 @@
 #define VELCONFD_CDB_SOCKET_H
 
 #include <confd_cdb.h>
-#include <sys/un.h>
 
-#include <filesystem>
-#include <string>
 #include <utility>
 
+#include "agent_address.h"
+
 namespace velconfd {
-
-// Where the agent listens, and the name under which it sees this program.
-struct AgentAddress {
-  // Throws std::length_error for a path that is too long for a socket.
-  AgentAddress(const std::filesystem::path& path, std::string client_name);
-
-  const char* Path() const { return address.sun_path; }
-  const sockaddr* Get() const { return reinterpret_cast<const sockaddr*>(&address); }
-
-  sockaddr_un address{};
-  std::string client_name;
-};
 
 // Owns the socket; cdb_close ends it. Movable.
 class CdbSocket {

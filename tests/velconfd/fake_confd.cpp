@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -44,6 +45,7 @@ FakeAgent::~FakeAgent() {
   for (const auto& [sock, connection] : connections_) {
     ADD_FAILURE() << "socket " << sock << " was never closed";
   }
+  EXPECT_EQ(OpenDaemons(), 0U) << "a daemon context was never released";
   agent = nullptr;
 }
 
@@ -57,6 +59,35 @@ void FakeAgent::Die() {
   listening_ = false;
   HangUp(CDB_DATA_SOCKET);
   HangUp(CDB_SUBSCRIPTION_SOCKET);
+  HangUp(CONTROL_SOCKET);
+  HangUp(WORKER_SOCKET);
+  asked_.clear();
+}
+
+void FakeAgent::HangUp(confd_sock_type type) {
+  for (ProviderSocket& socket : provider_sockets_) {
+    if (socket.type == type && socket.peer >= 0) {
+      close(socket.peer);
+      socket.peer = -1;
+    }
+  }
+}
+
+std::size_t FakeAgent::OpenProviderSockets() const {
+  return static_cast<std::size_t>(
+      std::count_if(provider_sockets_.begin(), provider_sockets_.end(), [](const auto& socket) {
+        char byte = 0;
+        return socket.peer >= 0 && recv(socket.peer, &byte, 1, MSG_PEEK | MSG_DONTWAIT) != 0;
+      }));
+}
+
+void FakeAgent::Ask(confd_sock_type type, ProviderRequest request) {
+  asked_[type].push_back(std::move(request));
+  for (const ProviderSocket& socket : provider_sockets_) {
+    if (socket.type == type && socket.peer >= 0) {
+      ASSERT_EQ(send(socket.peer, "r", 1, MSG_NOSIGNAL), 1);
+    }
+  }
 }
 
 void FakeAgent::HangUp(cdb_sock_type type) {
@@ -193,6 +224,58 @@ struct FakeCalls {
   }
 
   static int Enter(const char* operation) { return agent->Enter(operation); }
+
+  // Data providers.
+
+  static confd_daemon_ctx* InitDaemon() {
+    auto daemon = std::make_unique<FakeDaemon>();
+    confd_daemon_ctx* const context = daemon.get();
+    agent->daemons_.emplace(context, std::move(daemon));
+    return context;
+  }
+
+  static void ReleaseDaemon(confd_daemon_ctx* context) {
+    EXPECT_EQ(agent->daemons_.erase(context), 1U);
+  }
+
+  static FakeDaemon& Daemon(confd_daemon_ctx* context) { return *agent->daemons_.at(context); }
+
+  static int ConnectProvider(int sock, confd_sock_type type) {
+    const std::string operation = type == CONTROL_SOCKET ? "connect control" : "connect worker";
+    const int result = agent->Enter(operation);
+    if (result != CONFD_OK) {
+      return result;
+    }
+    int pair[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, pair), 0);
+    EXPECT_EQ(dup3(pair[0], sock, O_CLOEXEC), sock);
+    close(pair[0]);
+    agent->provider_sockets_.push_back({type, sock, pair[1]});
+    agent->journal_.push_back(operation);
+    return CONFD_OK;
+  }
+
+  static int Note(const std::string& operation, const std::string& note) {
+    const int result = agent->Enter(operation);
+    if (result == CONFD_OK) {
+      agent->journal_.push_back(note);
+    }
+    return result;
+  }
+
+  static int FdReady(confd_daemon_ctx* context, int sock) {
+    char byte = 0;
+    if (recv(sock, &byte, 1, MSG_DONTWAIT) != 1) {
+      return CONFD_EOF;
+    }
+    const auto socket =
+        std::find_if(agent->provider_sockets_.rbegin(), agent->provider_sockets_.rend(),
+                     [sock](const auto& one) { return one.sock == sock; });
+    auto& asked = agent->asked_[socket->type];
+    const auto request = asked.front();
+    asked.pop_front();
+    return request(Daemon(context));
+  }
 
   static int StartSession(int sock, const char* operation, const std::string& note) {
     const int result = agent->EnterOn(sock, operation);
@@ -404,6 +487,43 @@ int cdb_diff_iterate(int sock, int subid, FakeCalls::Iterate iter, int, void* in
 int cdb_sync_subscription_socket(int sock, enum cdb_subscription_sync_type) {
   return FakeCalls::Sync(sock);
 }
+
+struct confd_daemon_ctx* confd_init_daemon(const char*) {
+  return FakeCalls::InitDaemon();
+}
+void confd_release_daemon(struct confd_daemon_ctx* dx) {
+  FakeCalls::ReleaseDaemon(dx);
+}
+int confd_connect(struct confd_daemon_ctx*, int sock, enum confd_sock_type type,
+                  const struct sockaddr*, int) {
+  return FakeCalls::ConnectProvider(sock, type);
+}
+int confd_register_trans_cb(struct confd_daemon_ctx* dx, const struct confd_trans_cbs* trans) {
+  FakeCalls::Daemon(dx).transactions = *trans;
+  return FakeCalls::Note("register transactions", "register transactions");
+}
+int confd_register_data_cb(struct confd_daemon_ctx* dx, const struct confd_data_cbs* data) {
+  FakeCalls::Daemon(dx).callpoints[data->callpoint] = *data;
+  return FakeCalls::Note("register callpoint",
+                         std::string("register callpoint ") + data->callpoint);
+}
+int confd_register_action_cbs(struct confd_daemon_ctx* dx, const struct confd_action_cbs* acb) {
+  FakeCalls::Daemon(dx).action_points[acb->actionpoint] = *acb;
+  return FakeCalls::Note("register action", std::string("register action ") + acb->actionpoint);
+}
+int confd_register_done(struct confd_daemon_ctx*) {
+  return FakeCalls::Note("register done", "register done");
+}
+int confd_fd_ready(struct confd_daemon_ctx* dx, int fd) {
+  return FakeCalls::FdReady(dx, fd);
+}
+void confd_trans_set_fd(struct confd_trans_ctx* tctx, int sock) {
+  tctx->fd = sock;
+}
+void confd_action_set_fd(struct confd_user_info* uinfo, int sock) {
+  uinfo->actionfd = sock;
+}
+
 int confd_load_schemas(const struct sockaddr*, int) {
   return FakeCalls::Enter("schemas");
 }

@@ -5,8 +5,10 @@
 #define TESTS_FAKE_CONFD_H
 
 #include <confd_cdb.h>
+#include <confd_dp.h>
 #include <confd_lib.h>
 
+#include <deque>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -43,6 +45,13 @@ struct Subscription {
   int priority;
 };
 
+// A data provider's registration.
+struct FakeDaemon : confd_daemon_ctx {
+  confd_trans_cbs transactions{};
+  std::map<std::string, confd_data_cbs> callpoints;
+  std::map<std::string, confd_action_cbs> action_points;
+};
+
 class FakeAgent {
  public:
   // Listens (by name only) at agentd.sock in the directory; not yet there.
@@ -58,6 +67,14 @@ class FakeAgent {
   void Die();
   // Hangs up on the connections of one type.
   void HangUp(cdb_sock_type type);
+  void HangUp(confd_sock_type type);
+
+  // Makes the program's socket of that type readable, and its confd_fd_ready
+  // do this with what the program has registered and return the result.
+  using ProviderRequest = std::function<int(FakeDaemon&)>;
+  void Ask(confd_sock_type type, ProviderRequest request);
+  // Daemon contexts that the program has not released.
+  std::size_t OpenDaemons() const { return daemons_.size(); }
 
   // Sends a byte that nobody asked for on every data connection.
   void Babble();
@@ -77,6 +94,7 @@ class FakeAgent {
   // Ids of the subscribed points with their paths, in order of subscription.
   const std::map<int, Subscription>& Subscriptions() const { return subscriptions_; }
   std::size_t OpenConnections() const { return connections_.size(); }
+  std::size_t OpenProviderSockets() const;
   int SessionsOpen() const;
   int Acknowledged() const { return acknowledged_; }
 
@@ -91,6 +109,12 @@ class FakeAgent {
     cdb_sock_type type;
     int peer;
     bool session = false;
+  };
+  // The program closes its end without a call of this API.
+  struct ProviderSocket {
+    confd_sock_type type;
+    int sock;
+    int peer;
   };
   struct Script {
     int calls_left;
@@ -110,6 +134,9 @@ class FakeAgent {
   int next_subscription_ = 1;
   std::map<int, Connection> connections_;  // by socket
   std::map<std::string, Script> scripts_;
+  std::vector<ProviderSocket> provider_sockets_;
+  std::map<confd_daemon_ctx*, std::unique_ptr<FakeDaemon>> daemons_;
+  std::map<confd_sock_type, std::deque<ProviderRequest>> asked_;
   std::map<int, Subscription> subscriptions_;
   Node root_;
   std::vector<int> notified_;

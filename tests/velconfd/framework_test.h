@@ -112,15 +112,54 @@ class NotingAction : public Noting<velconfd::ActionHandler> {
  public:
   using Noting::Noting;
   const char* GetActionPoint() const override { return "act"; }
-  int ActionCb(confd_user_info*, xml_tag*, confd_hkeypath_t*, confd_tag_value_t*, int) override {
-    return CONFD_OK;
+  int ActionCb(confd_user_info* user, xml_tag* tag, confd_hkeypath_t*, confd_tag_value_t*,
+               int nparams) override {
+    notes_(name_ + " " + std::to_string(tag->tag) + " for " + user->username + " with " +
+           std::to_string(nparams));
+    return result;
   }
+
+  int result = CONFD_OK;
+};
+
+class NotingCallpoint : public velconfd::DataHandler::Callpoint {
+ public:
+  NotingCallpoint(std::string name, Notes notes) : name_(std::move(name)), notes_(notes) {}
+  const char* GetCallpoint() override { return name_.c_str(); }
+  int GetElemCallback(confd_trans_ctx* transaction, confd_hkeypath_t* keypath) override {
+    notes_(name_ + " get " + std::to_string(transaction->thandle) + " " +
+           std::to_string(keypath->len));
+    return result;
+  }
+  int GetNextCallback(confd_trans_ctx* transaction, confd_hkeypath_t*, long next) override {
+    notes_(name_ + " next " + std::to_string(transaction->thandle) + " " + std::to_string(next));
+    return result;
+  }
+
+  int result = CONFD_OK;
+
+ private:
+  std::string name_;
+  Notes notes_;
 };
 
 class NotingStatus : public Noting<velconfd::StatusHandler> {
  public:
   NotingStatus(std::string name, Notes notes) : Noting(name, notes, false, false, false) {}
   const std::vector<Callpoint*>& GetCallpoints() const override { return callpoints_; }
+
+  int TransactionInit(confd_trans_ctx* transaction) override {
+    notes_(name_ + " begins " + std::to_string(transaction->thandle));
+    return init_result;
+  }
+  int TransactionFinish(confd_trans_ctx* transaction) override {
+    notes_(name_ + " ends " + std::to_string(transaction->thandle));
+    return finish_result;
+  }
+  void AddCallpoint(Callpoint& callpoint) { callpoints_.push_back(&callpoint); }
+
+  int init_result = CONFD_OK;
+  int finish_result = CONFD_OK;
 
  private:
   std::vector<Callpoint*> callpoints_;
@@ -134,13 +173,14 @@ class FrameworkTest : public testing::Test {
     config_.AddPoint("/config/oam/cfm/md/ma/mep/");
     config_.AddPoint("/config/oam/cfm/md/ma/");
     config_.AddPoint("/config/oam/cfm/md/");
+    status_.AddCallpoint(statistics_);
+    status_.AddCallpoint(level_);
   }
 
   void Build() {
     app_ = std::make_unique<velconfd::AppInterface>(
         &middleware_, TestCategory(), "cfm-app", std::vector<velconfd::ConfigHandler*>{&config_},
-        std::vector<velconfd::ActionHandler*>{&action_},
-        std::vector<velconfd::DataHandler*>{&status_}, ELEM_CONFD_PHASE_2, 0);
+        action_handlers_, data_handlers_, ELEM_CONFD_PHASE_2, 0);
   }
 
   // Dispatches until the journal holds the line so many times.
@@ -166,7 +206,11 @@ class FrameworkTest : public testing::Test {
   velmw_handle middleware_{journal_};
   NotingConfig config_{"config", notes_};
   NotingAction action_{"action", notes_};
+  NotingCallpoint statistics_{"statistics", notes_};
+  NotingCallpoint level_{"level", notes_};
   NotingStatus status_{"status", notes_};
+  std::vector<velconfd::ActionHandler*> action_handlers_{&action_};
+  std::vector<velconfd::DataHandler*> data_handlers_{&status_};
   std::unique_ptr<velconfd::AppInterface> app_;
 };
 

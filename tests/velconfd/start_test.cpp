@@ -30,7 +30,10 @@ TEST_F(StartTest, ConnectsLoadsUnderTheLockAppliesAndThenServes) {
                           "subscribe /config/oam/cfm/md/ma/", "subscribe /config/oam/cfm/md/",
                           "subscribe done", "config connected 2", "action connected 2",
                           "status connected 2", "config load", "txid", "end session",
-                          "config apply initial", "agent up", "ready"));
+                          "config apply initial", "connect control", "connect worker",
+                          "register transactions", "register callpoint statistics",
+                          "register callpoint level", "register action act", "register done",
+                          "agent up", "ready"));
   EXPECT_THAT(LogRecords().back().text, StartsWith("Connected to the agent at "));
 }
 
