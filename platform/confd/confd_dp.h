@@ -17,7 +17,9 @@ struct confd_daemon_ctx {
 };
 
 /* A read transaction of the agent's. One whose reply is delayed stays until
- * it has been answered or the daemon context is released. */
+ * it has been answered or the daemon context is released, and is for that
+ * reply alone: meanwhile other reads of the transaction come with a context of
+ * their own, a copy with the same thandle and t_opaque. */
 struct confd_trans_ctx {
   int fd;                      /* worker socket that serves it */
   int thandle;                 /* the agent's number of the transaction */

@@ -76,22 +76,44 @@ TEST_F(DelayedReply, OfAnOldTransactionDoesNotAnswerANewOneOfItsNumber) {
   EXPECT_EQ(agent_.Take(agent_.Worker()).value().number(), 2);
 }
 
-TEST_F(DelayedReply, DoesNotAnswerALaterReadOfTheTransaction) {
+TEST_F(DelayedReply, GoesToItsOwnReadOfTheTransaction) {
   int number = 5;
   program_.does.init = [&](confd_trans_ctx* transaction) {
     transaction->t_opaque = &number;
     return CONFD_OK;
   };
   Open(1);
-  confd_trans_ctx* const given_up = Park(1);
-  confd_trans_ctx* const parked = Park(1);
-  EXPECT_NE(parked, given_up);
-  EXPECT_EQ(parked->t_opaque, &number);
-  EXPECT_EQ(parked->fd, program_.Worker());
-  ExpectTooLate(given_up);
-  ASSERT_EQ(ReplyInt32(parked, 2), CONFD_OK);
-  EXPECT_EQ(agent_.Take(agent_.Worker()).value().number(), 2);
+  confd_trans_ctx* const first = Park(1);
+  confd_trans_ctx* const second = Park(1);
+  EXPECT_NE(second, first);
+  EXPECT_EQ(second->thandle, 1);
+  EXPECT_EQ(second->t_opaque, &number);
+  EXPECT_EQ(second->fd, program_.Worker());
+  program_.does.get_elem = [](confd_trans_ctx* transaction, confd_hkeypath_t*) {
+    return ReplyInt32(transaction, 3);
+  };
+  EXPECT_EQ(Read(1).value().number(), 3);
+  ASSERT_EQ(ReplyInt32(second, 2), CONFD_OK);
+  ASSERT_EQ(ReplyInt32(first, 1), CONFD_OK);
+  const auto later = agent_.Take(agent_.Worker());
+  const auto earlier = agent_.Take(agent_.Worker());
+  EXPECT_EQ(later.value().number(), 2);
+  EXPECT_EQ(earlier.value().number(), 1);
+  EXPECT_EQ(later.id(), earlier.id() + 1);
   Close(1);
+}
+
+TEST_F(DelayedReply, OfEachReadIsTooLateAfterTheEndOfTheTransaction) {
+  Open(1);
+  Open(2);
+  confd_trans_ctx* const first = Park(1);
+  confd_trans_ctx* const second = Park(1);
+  confd_trans_ctx* const other = Park(2);
+  Close(1);
+  ExpectTooLate(second);
+  ExpectTooLate(first);
+  EXPECT_TRUE(agent_.HasSaidNothing(agent_.Worker()));
+  EXPECT_EQ(ReplyInt32(other, 1), CONFD_OK);
 }
 
 TEST_F(DelayedReply, AfterTheLossOfTheAgentIsAnError) {

@@ -1,5 +1,6 @@
 #include "confd_client/daemon.h"
 
+#include <iterator>
 #include <utility>
 
 namespace confd {
@@ -41,29 +42,26 @@ std::shared_ptr<Transaction> Daemon::ForNextRead(std::uint32_t number) {
   auto next = Open(number);
   next->fd = current->fd;
   next->t_opaque = current->t_opaque;
-  current->read->given_up = true;
-  current->is_over = true;
+  current->is_set_aside = true;
   return next;
 }
 
 void Daemon::Close(std::uint32_t number) {
-  const auto found = open.find(number);
-  if (found == open.end()) {
-    return;
-  }
-  const auto transaction = found->second;
-  open.erase(found);
-  transaction->is_over = true;
-  if (transaction->read) {
-    transaction->read->given_up = true;
-  } else {
-    contexts.erase(transaction.get());
+  open.erase(number);
+  for (auto context = contexts.begin(); context != contexts.end();) {
+    Transaction& transaction = *context->second;
+    const bool is_meant = transaction.Number() == number;
+    if (is_meant && transaction.read) {
+      transaction.is_set_aside = true;
+      transaction.read->given_up = true;
+    }
+    context = is_meant && !transaction.read ? contexts.erase(context) : std::next(context);
   }
 }
 
 void Daemon::EndRead(Transaction& transaction) {
   transaction.read.reset();
-  if (transaction.is_over) {
+  if (transaction.is_set_aside) {
     contexts.erase(&transaction);
   }
 }

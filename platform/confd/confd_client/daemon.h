@@ -28,17 +28,19 @@ struct OpenRead {
   bool given_up = false;  // by the agent: its answer is not sent
 };
 
-// The context that the program holds. It lives from the agent's opening to its
+// A context that the program holds. It lives from the agent's opening to its
 // end of the transaction, and longer while a read waits for its answer: only
-// with that answer the program lets go of it.
+// with that answer the program lets go of it. An answer names its read by the
+// context alone, so a context has one read at a time. While that is parked the
+// transaction goes on with a copy.
 struct Transaction : confd_trans_ctx {
   Transaction(confd_daemon_ctx& owner, std::uint32_t number);
 
   std::uint32_t Number() const { return static_cast<std::uint32_t>(thandle); }
 
   std::optional<OpenRead> read;
-  bool is_over = false;
-  std::string error;  // of confd_trans_seterr
+  bool is_set_aside = false;  // no other read comes with it
+  std::string error;          // of confd_trans_seterr
 };
 
 // One of the two connections of a provider.
@@ -56,11 +58,9 @@ struct Daemon : confd_daemon_ctx {
   // Starts a transaction with that number.
   std::shared_ptr<Transaction> Open(std::uint32_t number);
   // The context for the next read of an open transaction; null when there is
-  // none of that number. While an earlier read is unanswered the agent has
-  // given that up: its context stays apart for the late answer, and the
-  // transaction goes on with a copy. So no answer goes to another read.
+  // none of that number.
   std::shared_ptr<Transaction> ForNextRead(std::uint32_t number);
-  // The agent has ended it.
+  // The agent has ended it, and so given up what is not answered.
   void Close(std::uint32_t number);
   // Takes the read off, and drops a context that nothing waits for any more.
   void EndRead(Transaction& transaction);
