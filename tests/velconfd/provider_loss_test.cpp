@@ -10,16 +10,15 @@ namespace {
 
 class ProviderLossTest : public FrameworkTest {
  protected:
-  // A read whose reply the handler delays.
-  void Delay() {
-    level_.result = CONFD_DELAYED_RESPONSE;
+  // A read to which the handler's callback returns this.
+  void Read(int result) {
+    level_.result = result;
     bool asked = false;
     agent_.Ask(WORKER_SOCKET, [&](FakeDaemon& daemon) {
       asked = true;
       transaction_.dx = &daemon;
       transaction_.cb_opaque = daemon.callpoints.at("level").cb_opaque;
-      EXPECT_EQ(daemon.callpoints.at("level").get_elem(&transaction_, &keypath_),
-                CONFD_DELAYED_RESPONSE);
+      EXPECT_EQ(daemon.callpoints.at("level").get_elem(&transaction_, &keypath_), result);
       return CONFD_OK;
     });
     ASSERT_TRUE(middleware_.RunUntil([&] { return asked; }));
@@ -95,15 +94,17 @@ TEST_F(ProviderLossTest, ADeathAtEachStepOfTheRegistrationIsALoss) {
 
 TEST_F(ProviderLossTest, AContextWithoutDelayedRepliesGoesWithItsConnection) {
   Start();
+  Read(CONFD_OK);
   LoseAndComeBack();
   EXPECT_EQ(agent_.OpenDaemons(), 1U);
 }
 
 TEST_F(ProviderLossTest, AContextWithADelayedReplyStaysUntilTheDestructor) {
   Start();
-  Delay();
+  Read(CONFD_DELAYED_RESPONSE);
   LoseAndComeBack();
   EXPECT_EQ(agent_.OpenDaemons(), 2U);
+  Read(CONFD_OK);
   LoseAndComeBack(2);
   EXPECT_EQ(agent_.OpenDaemons(), 2U);  // the second had delayed nothing
   EXPECT_EQ(agent_.OpenProviderSockets(), 2U);
