@@ -44,6 +44,7 @@ class Channel::Impl : public std::enable_shared_from_this<Channel::Impl> {
 
   void Send(const google::protobuf::MessageLite& message);
   std::size_t QueuedBytes() const { return output_.size() - sent_; }
+  void SetDrainHandler(std::function<void()> on_drained) { on_drained_ = std::move(on_drained); }
   void Close();
   void SetReading(bool reading);
   int Fd() const { return socket_.Get(); }
@@ -53,6 +54,7 @@ class Channel::Impl : public std::enable_shared_from_this<Channel::Impl> {
   static int OnDeferred(sd_event_source* source, void* self) noexcept;
 
   void Serve(std::uint32_t events);
+  void ServeOutput();
   void ServeInput();
   void Fill();
   void DeliverOne();
@@ -64,6 +66,7 @@ class Channel::Impl : public std::enable_shared_from_this<Channel::Impl> {
   UniqueFd socket_;
   FrameHandler on_frame_;
   CloseHandler on_close_;
+  std::function<void()> on_drained_ = [] {};
   FrameDecoder input_;
   std::string output_;
   std::size_t sent_ = 0;  // leading bytes of output_ that the peer has
@@ -143,13 +146,21 @@ void Channel::Impl::Serve(std::uint32_t events) {
     return;
   }
   if ((events & (EPOLLOUT | EPOLLHUP | EPOLLERR)) != 0) {
-    Flush();
+    ServeOutput();
   }
-  if (reading_) {
+  if (socket_ && reading_) {
     ServeInput();
   }
   if (socket_) {
     WantedEvents();
+  }
+}
+
+void Channel::Impl::ServeOutput() {
+  const bool had_some = QueuedBytes() > 0;
+  Flush();
+  if (had_some && QueuedBytes() == 0) {
+    on_drained_();
   }
 }
 
@@ -256,6 +267,10 @@ void Channel::Send(const google::protobuf::MessageLite& message) {
 
 std::size_t Channel::QueuedBytes() const {
   return impl_->QueuedBytes();
+}
+
+void Channel::SetDrainHandler(std::function<void()> on_drained) {
+  impl_->SetDrainHandler(std::move(on_drained));
 }
 
 void Channel::Close() {

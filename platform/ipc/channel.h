@@ -43,6 +43,9 @@ class Channel {
   // Throws ProtocolError, and queues nothing, when the frame is too long.
   void Send(const google::protobuf::MessageLite& message);
   std::size_t QueuedBytes() const;
+  // Calls back from the loop each time that bytes were queued and the last of
+  // them has left, or never will. The handler may destroy the channel.
+  void SetDrainHandler(std::function<void()> on_drained);
   // Stops reading and calling back, and closes at once.
   void Close();
   // Stops (false) or resumes (true) taking frames from the peer. The end of

@@ -6,6 +6,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "agent.pb.h"
@@ -67,6 +68,48 @@ TEST_F(Channel, DeliversFramesInOrder) {
   FromPeer(Named("three"));
   loop_.RunReady();
   EXPECT_THAT(names_, ElementsAre("one", "two", "three"));
+  EXPECT_TRUE(reasons_.empty());
+}
+
+TEST_F(Channel, TellsWhenWhatWasQueuedHasLeft) {
+  int drained = 0;
+  channel_->SetDrainHandler([&] { ++drained; });
+  channel_->Send(Named("short"));
+  loop_.RunReady();
+  EXPECT_EQ(drained, 0);  // never queued
+  channel_->Send(Named(std::string(4 << 20, 'x')));
+  ASSERT_GT(channel_->QueuedBytes(), 0U);
+  Hello hello;
+  std::thread reader([&] {
+    while (ipc::ReceiveFrame(peer_.Get(), hello) && hello.name() == "short") {
+    }
+  });
+  EXPECT_TRUE(loop_.RunUntil([&] { return drained > 0; }));
+  reader.join();
+  EXPECT_EQ(drained, 1);
+  EXPECT_EQ(channel_->QueuedBytes(), 0U);
+}
+
+TEST_F(Channel, TellsAlsoThatWhatWasQueuedWillNeverLeave) {
+  int drained = 0;
+  channel_->SetDrainHandler([&] { ++drained; });
+  channel_->SetReading(false);
+  channel_->Send(Named(std::string(4 << 20, 'x')));
+  PeerLeaves();
+  EXPECT_TRUE(loop_.RunUntil([&] { return drained > 0; }));
+  channel_->SetReading(true);
+  EXPECT_TRUE(RunUntilClosed());
+}
+
+TEST_F(Channel, MayBeDestroyedByItsDrainHandler) {
+  bool destroyed = false;
+  channel_->SetDrainHandler([&] {
+    channel_.reset();
+    destroyed = true;
+  });
+  channel_->Send(Named(std::string(4 << 20, 'x')));
+  PeerLeaves();
+  EXPECT_TRUE(loop_.RunUntil([&] { return destroyed; }));
   EXPECT_TRUE(reasons_.empty());
 }
 
