@@ -36,7 +36,7 @@ TEST_F(Complete, OffersCommandsOptionsAndChoices) {
   EXPECT_EQ(Completed("cfmctl get --cand", "--cand"), "--candidate \n");
   EXPECT_EQ(Completed("cfmctl get --format ", ""), "table \nxml \njson \n");
   EXPECT_EQ(Completed("cfmctl load --format j", "j"), "json \n");
-  EXPECT_EQ(Completed("cfmctl show ", ""), "manager \n");
+  EXPECT_EQ(Completed("cfmctl show ", ""), "manager \nstatus \nstatistics \n");
   EXPECT_EQ(Completed("cfmctl completion ", ""), "bash \nzsh \n");
   EXPECT_EQ(Completed("cfmctl status --for m", "m"), "manager \n");
   EXPECT_EQ(Completed("cfmctl load ", ""), ":files\n");
@@ -48,6 +48,29 @@ TEST_F(Complete, OffersWhatIsConfigured) {
   EXPECT_EQ(Completed("cfmctl get md{e", "md{e"), "md{east}\n");
   EXPECT_EQ(Completed("cfmctl delete md{east}/ma{blue}/mep{", "md{east}/ma{blue}/mep{"),
             "md{east}/ma{blue}/mep{5}\nmd{east}/ma{blue}/mep{6}\n");
+}
+
+TEST_F(Complete, OffersTheNamesOfMepsWordByWord) {
+  StartAgent();
+  EXPECT_EQ(Completed("cfmctl show status ", ""), "east \nwest \nmy\\ domain \n");
+  EXPECT_EQ(Completed("cfmctl show status east ", ""), "blue \n");
+  EXPECT_EQ(Completed("cfmctl show status west ", ""), "");
+  EXPECT_EQ(Completed("cfmctl watch east blue ", ""), "5 \n6 \n7 \n");
+  EXPECT_EQ(Completed("cfmctl watch east blue 5 ", ""), "");
+}
+
+TEST_F(Complete, OffersTheNamesOfMepsAsOptions) {
+  StartAgent();
+  EXPECT_EQ(Completed("cfmctl clear-statistics --md e", "e"), "east \n");
+  EXPECT_EQ(Completed("cfmctl clear-statistics --ma ", ""), "blue \n");
+  EXPECT_EQ(Completed("cfmctl clear-statistics --md west --ma ", ""), "");
+  EXPECT_EQ(Completed("cfmctl clear-statistics --md east --mep ", ""), "5 \n6 \n7 \n");
+}
+
+TEST_F(Complete, OffersConditions) {
+  EXPECT_EQ(Completed("cfmctl watch --until state=rmep-f", "state=rmep-f"), "state=rmep-failed \n");
+  EXPECT_EQ(Completed("cfmctl watch --until defect=", "defect="),
+            "defect=A \ndefect=S \ndefect=R \ndefect=I \ndefect=X \n");
 }
 
 TEST_F(Complete, OffersNodesOfTheModelWithoutAnAgent) {
@@ -75,7 +98,7 @@ TEST_F(Complete, PrintsOnlyThePartThatTheShellReplaces) {
 TEST_F(Complete, IsSilentAboutNonsense) {
   EXPECT_EQ(Completed("cfmctl frobnicate ", ""),
             "load \nget \nset \ndelete \nedit \nvalidate \n"
-            "commit \ndiscard \ndiff \nstatus \nshow \n"
+            "commit \ndiscard \ndiff \nstatus \nshow \nwatch \nclear-statistics \n"
             "verify \ncompletion \n");
   EXPECT_EQ(Completed("cfmctl get mx{", "mx{"), "");
   EXPECT_EQ(Completed("cfmctl commit ", ""), "");

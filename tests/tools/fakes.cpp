@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <stdexcept>
 #include <system_error>
 
 #include "frame.h"
@@ -26,6 +28,23 @@ ipc::UniqueFd Listen(const std::filesystem::path& path) {
   }
   std::filesystem::rename(fresh, path);  // whoever sees it can connect
   return fd;
+}
+
+void SendToEach(const std::vector<int>& fds, const cfm::agent::FromAgent& message) {
+  for (const int fd : fds) {
+    try {
+      ipc::SendFrame(fd, message);
+    } catch (const std::system_error&) {
+      // It has gone, and its thread is about to notice.
+    }
+  }
+}
+
+cfm::agent::OperationalChange Change(const std::string& path, const cfm::agent::Node& record) {
+  cfm::agent::OperationalChange change;
+  change.set_path(path);
+  *change.mutable_entry() = record;
+  return change;
 }
 
 }  // namespace
@@ -72,22 +91,37 @@ void FakeAgent::Serve(int fd) {
   cfm::agent::HelloReply welcome;
   welcome.set_error(hello.role() == cfm::agent::ROLE_FRONT_END ? welcome_error : "wrong role");
   ipc::SendFrame(fd, welcome);
+  AnswerAll(fd);
+  const std::lock_guard lock(mutex_);
+  std::erase(watchers_, fd);
+  std::erase(operational_watchers_, fd);
+}
+
+void FakeAgent::AnswerAll(int fd) {
   cfm::agent::Request request;
   while (ipc::ReceiveFrame(fd, request)) {
+    const std::lock_guard lock(mutex_);
     const Answer answer = AnswerTo(fd, request);
     if (!answer) {
       return;
     }
     cfm::agent::FromAgent message;
     *message.mutable_reply() = *answer;
-    const std::lock_guard lock(mutex_);
     ipc::SendFrame(fd, message);
+    watched_.notify_all();
   }
 }
 
 Answer FakeAgent::AnswerTo(int fd, const cfm::agent::Request& request) {
-  const std::lock_guard lock(mutex_);
   cfm::agent::Reply reply;
+  if (request.has_watch_operational()) {
+    operational_watchers_.push_back(fd);
+    ++operational_watches_;
+    for (const auto& [path, record] : records_) {
+      *reply.add_operational() = Change(path, record);
+    }
+    return reply;
+  }
   if (request.has_watch_status()) {
     watchers_.push_back(fd);
   }
@@ -104,9 +138,31 @@ void FakeAgent::SetStatus(const cfm::agent::Status& status) {
   status_ = status;
   cfm::agent::FromAgent message;
   *message.mutable_reply()->mutable_status() = status;
-  for (const int fd : watchers_) {
-    ipc::SendFrame(fd, message);
+  SendToEach(watchers_, message);
+}
+
+void FakeAgent::ChangeRecord(const std::string& path,
+                             const std::optional<cfmctl::TreeNode>& record) {
+  const std::lock_guard lock(mutex_);
+  cfm::agent::FromAgent message;
+  cfm::agent::OperationalChange& change = *message.mutable_reply()->add_operational();
+  change.set_path(path);
+  if (record) {
+    change = Change(path, records_[path] = ToNode(*record));
+  } else {
+    records_.erase(path);
   }
+  SendToEach(operational_watchers_, message);
+}
+
+void FakeAgent::AwaitOperationalWatcher() {
+  std::unique_lock lock(mutex_);
+  const bool came = watched_.wait_for(lock, std::chrono::seconds(30),
+                                      [this] { return operational_watches_ > awaited_watches_; });
+  if (!came) {
+    throw std::runtime_error("nobody began to watch");
+  }
+  ++awaited_watches_;
 }
 
 std::vector<cfm::agent::Request> FakeAgent::Requests() const {
@@ -182,6 +238,15 @@ cfm::agent::Node ToNode(const cfmctl::TreeNode& tree) {
   return node;
 }
 
+void AddProvider(cfm::agent::Status& status) {
+  cfm::agent::ProviderStatus* const provider = status.add_providers();
+  provider->set_name("cfm-app");
+  provider->set_pid(123);
+  provider->add_callpoints("level");
+  provider->add_callpoints("statistics");
+  provider->add_actionpoints("clear_cfm_statistics");
+}
+
 cfm::agent::Status StatusOf(std::uint64_t txid, bool subscribed) {
   cfm::agent::Status status;
   status.set_txid(txid);
@@ -191,6 +256,7 @@ cfm::agent::Status StatusOf(std::uint64_t txid, bool subscribed) {
     daemon->set_name("cfm-app");
     daemon->set_pid(123);
     daemon->add_points("/config/oam/cfm/md/");
+    AddProvider(status);
   }
   return status;
 }

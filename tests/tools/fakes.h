@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <list>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -53,16 +54,29 @@ class FakeAgent {
 
   // The status that GetStatus and WatchStatus tell; watchers hear of it.
   void SetStatus(const cfm::agent::Status& status);
-  // Every request but GetStatus and WatchStatus, as they came.
+  // A record of the operational datastore appears, changes or goes away;
+  // watchers hear of it. Those that are there when a watch begins are told at
+  // once.
+  void ChangeRecord(const std::string& path, const std::optional<cfmctl::TreeNode>& record);
+  // Awaits one more than the calls before.
+  void AwaitOperationalWatcher();
+  // Every request but GetStatus and the watches, as they came.
   std::vector<cfm::agent::Request> Requests() const;
 
  private:
   void Serve(int fd);
+  void AnswerAll(int fd);
+  // With the mutex locked.
   Answer AnswerTo(int fd, const cfm::agent::Request& request);
 
   mutable std::mutex mutex_;
+  std::condition_variable watched_;
   cfm::agent::Status status_;
   std::vector<int> watchers_;
+  std::map<std::string, cfm::agent::Node> records_;
+  std::vector<int> operational_watchers_;
+  int operational_watches_ = 0;  // that were ever begun
+  int awaited_watches_ = 0;
   std::vector<cfm::agent::Request> requests_;
   std::optional<FakeServer> server_;  // last: its threads use the others
 };
@@ -90,8 +104,10 @@ class FakeManager {
 };
 
 cfm::agent::Node ToNode(const cfmctl::TreeNode& tree);
-// A status with that transaction and, with `subscribed`, one subscriber.
+// A status with that transaction and, with `subscribed`, one subscriber that is
+// also a data provider.
 cfm::agent::Status StatusOf(std::uint64_t txid, bool subscribed = true);
+void AddProvider(cfm::agent::Status& status);
 
 }  // namespace test
 

@@ -28,6 +28,7 @@ TEST_F(Status, ShowsAgentDaemonAndManager) {
   EXPECT_EQ(outcome.out,
             "agent    transaction 12; database /var/lib/cfm/running.db\n"
             "daemon   cfm-app (process 123) subscribed with priority 0 to /config/oam/cfm/md/\n"
+            "         cfm-app (process 123) provides level statistics clear_cfm_statistics\n"
             "manager  configuration 1: 2 MDs, 1 MA, 2 MEPs\n");
 }
 
@@ -39,6 +40,35 @@ TEST_F(Status, WhatIsNotThereIsNamed) {
   EXPECT_THAT(outcome.out, HasSubstr("daemon   not there: nobody subscribed"));
   EXPECT_THAT(outcome.out, HasSubstr("manager  not there: cannot reach the CFM manager at"));
   EXPECT_EQ(outcome.err, "cfmctl: not there: daemon, manager\n");
+}
+
+TEST_F(Status, ADaemonIsThereWhenItIsSubscribedAndProvides) {
+  test::FakeAgent agent(Directory());
+  cfm::agent::Status status = test::StatusOf(12);
+  agent.SetStatus(status);
+  EXPECT_EQ(Run({"status", "--for", "daemon"}).status, 0);
+
+  status.mutable_providers(0)->set_lost(true);
+  agent.SetStatus(status);
+  const auto lost = Run({"status", "--for", "daemon"});
+  EXPECT_EQ(lost.status, 3);
+  EXPECT_THAT(lost.out, HasSubstr("         cfm-app is lost, which provided level statistics "
+                                  "clear_cfm_statistics\n"));
+
+  test::AddProvider(status);
+  agent.SetStatus(status);
+  EXPECT_EQ(Run({"status", "--for", "daemon"}).status, 0) << "its successor provides";
+
+  status.clear_subscribers();
+  agent.SetStatus(status);
+  EXPECT_EQ(Run({"status", "--for", "daemon"}).status, 3);
+
+  status = test::StatusOf(12);
+  status.clear_providers();
+  agent.SetStatus(status);
+  const auto silent = Run({"status", "--for", "daemon"});
+  EXPECT_EQ(silent.status, 3);
+  EXPECT_THAT(silent.out, HasSubstr("not there: nobody provides status and statistics\n"));
 }
 
 TEST_F(Status, OnlyWhatIsAskedForHasToBeThere) {

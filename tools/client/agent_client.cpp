@@ -109,6 +109,16 @@ agent::Reply AgentClient::Exchange(const agent::Request& request, Effect effect,
 void AgentClient::WatchStatus() {
   agent::Request request;
   request.mutable_watch_status();
+  Watch(request);
+}
+
+void AgentClient::WatchOperational(const std::string& path) {
+  agent::Request request;
+  request.mutable_watch_operational()->set_path(path);
+  Watch(request);
+}
+
+void AgentClient::Watch(const agent::Request& request) {
   try {
     stream_.Send(request);
   } catch (const std::system_error& error) {
@@ -118,6 +128,11 @@ void AgentClient::WatchStatus() {
 }
 
 std::optional<agent::Status> AgentClient::NextStatus(const Deadline& deadline) {
+  const auto reply = NextReply(deadline);
+  return reply ? std::optional(reply->status()) : std::nullopt;
+}
+
+std::optional<agent::Reply> AgentClient::NextReply(const Deadline& deadline) {
   agent::FromAgent message;
   FrameStream::Outcome outcome{};
   try {
@@ -132,7 +147,7 @@ std::optional<agent::Status> AgentClient::NextStatus(const Deadline& deadline) {
   if (outcome == FrameStream::Outcome::kTimedOut) {
     return std::nullopt;
   }
-  return message.reply().status();
+  return message.reply();
 }
 
 }  // namespace cfmctl

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 #include "agent.pb.h"
 #include "core/failure.h"
@@ -31,12 +32,17 @@ class AgentClient {
   // not be used any more. Throws Failure when the agent goes away.
   void WatchStatus();
   std::optional<cfm::agent::Status> NextStatus(const Deadline& deadline);
+  // The same for the operational data below a path: the first reply is whole,
+  // the others tell of changes.
+  void WatchOperational(const std::string& path);
+  std::optional<cfm::agent::Reply> NextReply(const Deadline& deadline);
   int Fd() const { return stream_.Fd(); }
 
  private:
   enum class Effect { kNone, kCommit };
 
   void Greet();
+  void Watch(const cfm::agent::Request& request);
   std::uint64_t TransactionId();
   cfm::agent::Reply Exchange(const cfm::agent::Request& request, Effect effect,
                              std::uint64_t known_txid);

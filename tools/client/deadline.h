@@ -12,9 +12,11 @@ class Deadline {
 
   static Deadline After(std::chrono::milliseconds time) { return Deadline(Clock::now() + time); }
 
+  static Deadline Never() { return Deadline(Clock::time_point::max()); }
+
   bool Passed() const { return Clock::now() >= at_; }
   // For poll(2): milliseconds left, rounded up, so that poll does not return
-  // early; 0 when it has passed.
+  // early; 0 when it has passed. One that is very far off is cut.
   int PollTimeout() const;
 
  private:

@@ -14,10 +14,13 @@ bool PollReadable(const std::vector<int>& fds, const Deadline& deadline) {
   }
   while (true) {
     const int ready = poll(entries.data(), entries.size(), deadline.PollTimeout());
-    if (ready >= 0) {
-      return ready > 0;
+    if (ready > 0) {
+      return true;
     }
-    if (errno != EINTR) {
+    if (ready == 0 && deadline.Passed()) {
+      return false;
+    }
+    if (ready < 0 && errno != EINTR) {
       throw std::system_error(errno, std::system_category(), "wait for an answer");
     }
   }

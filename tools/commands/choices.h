@@ -13,7 +13,7 @@ namespace cfmctl {
 inline constexpr std::string_view kViewFormats[] = {"table", "xml", "json"};
 inline constexpr std::string_view kDocumentFormats[] = {"xml", "json"};
 inline constexpr std::string_view kParts[] = {"agent", "daemon", "manager"};
-inline constexpr std::string_view kShown[] = {"manager"};
+inline constexpr std::string_view kShown[] = {"manager", "status", "statistics"};
 inline constexpr std::string_view kShells[] = {"bash", "zsh"};
 
 inline CLI::IsMember OneOf(std::span<const std::string_view> choices) {

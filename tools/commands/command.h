@@ -14,13 +14,13 @@ class App;
 namespace cfmctl {
 
 // What the words behind a command are, for the shell's completion.
-enum class WordKind { kNone, kPath, kAssignment, kEdit, kFile, kChoice };
+enum class WordKind { kNone, kPath, kAssignment, kEdit, kFile, kChoice, kMep, kChoiceAndMep };
 
 struct Command {
   std::string_view name;
   std::string_view words;  // in the usage line
   WordKind word_kind;
-  std::span<const std::string_view> choices;  // for kChoice
+  std::span<const std::string_view> choices;  // for kChoice and kChoiceAndMep
   // Adds description, options and examples, and what happens: a callback that
   // throws Failure when the command cannot be carried out.
   void (*add)(CLI::App& app, Environment& environment);
@@ -32,6 +32,7 @@ inline bool IsHidden(const Command& command) {
 
 std::span<const Command> Commands();
 
+void AddClearStatistics(CLI::App& app, Environment& environment);
 void AddCommit(CLI::App& app, Environment& environment);
 void AddComplete(CLI::App& app, Environment& environment);
 void AddCompletion(CLI::App& app, Environment& environment);
@@ -46,6 +47,7 @@ void AddShow(CLI::App& app, Environment& environment);
 void AddStatus(CLI::App& app, Environment& environment);
 void AddValidate(CLI::App& app, Environment& environment);
 void AddVerify(CLI::App& app, Environment& environment);
+void AddWatch(CLI::App& app, Environment& environment);
 
 }  // namespace cfmctl
 

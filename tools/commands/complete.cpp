@@ -3,6 +3,7 @@
 #include <fmt/ostream.h>
 
 #include <algorithm>
+#include <map>
 #include <memory>
 
 #include "choices.h"
@@ -11,7 +12,9 @@
 #include "completion_scripts.h"
 #include "core/edits.h"
 #include "core/failure.h"
+#include "core/mep_completion.h"
 #include "core/path_completion.h"
+#include "core/status_condition.h"
 #include "core/tree_location.h"
 #include "core/words.h"
 
@@ -23,9 +26,9 @@ using Candidates = std::vector<std::string>;  // a blank at the end: the word is
 constexpr double kPatienceSeconds = 2;
 constexpr std::string_view kOperations[] = {"merge", "replace", "create", "delete", "remove"};
 
-Candidates WholeWords(std::span<const std::string_view> words) {
+Candidates WholeWords(const auto& words) {
   Candidates candidates;
-  for (const std::string_view word : words) {
+  for (const auto& word : words) {
     candidates.push_back(std::string(word) + ' ');
   }
   return candidates;
@@ -67,9 +70,7 @@ Candidates EditCandidates(const Environment& environment, const std::vector<std:
     if (const auto next = ParseEditKind(*word)) {
       kind = *next;
     } else if (AwaitsValue(*word, kind) && ++word == before.end()) {
-      Candidates values = CompleteValue(before.back());
-      std::ranges::for_each(values, [](std::string& value) { value += ' '; });
-      return values;
+      return WholeWords(CompleteValue(before.back()));
     }
   }
   Candidates candidates = CompletePath(current, Configuration(environment));
@@ -78,6 +79,21 @@ Candidates EditCandidates(const Environment& environment, const std::vector<std:
     candidates.insert(candidates.end(), operations.begin(), operations.end());
   }
   return candidates;
+}
+
+// The next of the words MD, MA, MEP.
+Candidates MepCandidates(const Environment& environment, std::span<const std::string> before) {
+  const TreeNode cfm = Configuration(environment);
+  switch (before.size()) {
+    case 0:
+      return WholeWords(MdNames(cfm));
+    case 1:
+      return WholeWords(MaNames(cfm, {before[0], {}, {}}));
+    case 2:
+      return WholeWords(MepIds(cfm, {before[0], before[1], {}}));
+    default:
+      return {};
+  }
 }
 
 Candidates WordCandidates(const Environment& environment, const Command& command,
@@ -95,6 +111,11 @@ Candidates WordCandidates(const Environment& environment, const Command& command
       return {std::string(kFileCandidates)};
     case WordKind::kChoice:
       return before.empty() ? WholeWords(command.choices) : Candidates{};
+    case WordKind::kMep:
+      return MepCandidates(environment, before);
+    case WordKind::kChoiceAndMep:
+      return before.empty() ? WholeWords(command.choices)
+                            : MepCandidates(environment, std::span(before).subspan(1));
   }
   return {};
 }
@@ -117,27 +138,60 @@ bool HasValue(const CLI::Option& option) {
   return option.get_items_expected_max() > 0;
 }
 
-Candidates OptionValues(const Command& command, const std::string& option) {
-  if (option == "--file" || option == "--runtime-dir") {
-    return {std::string(kFileCandidates)};
-  }
-  if (option == "--for") {
-    return WholeWords(kParts);
-  }
-  if (option == "--format") {
-    const bool documents = command.word_kind == WordKind::kFile;
-    return documents ? WholeWords(kDocumentFormats) : WholeWords(kViewFormats);
-  }
-  return {};
-}
-
 // What precedes the word that is being completed.
 struct Situation {
   const Command* command = nullptr;
-  const CLI::App* app = nullptr;   // of the command, else the main one
-  std::string option;              // that awaits its value; may be empty
-  std::vector<std::string> words;  // of the command, without options
+  const CLI::App* app = nullptr;              // of the command, else the main one
+  std::string option;                         // that awaits its value; may be empty
+  std::vector<std::string> words;             // of the command, without options
+  std::map<std::string, std::string> values;  // of the options that have theirs
 };
+
+// The MD and MA that options before have named.
+MepSelection SelectionBefore(const Situation& now) {
+  const auto value = [&](const char* option) {
+    const auto found = now.values.find(option);
+    return found == now.values.end() ? std::nullopt : std::optional(found->second);
+  };
+  return {value("--md"), value("--ma"), {}};
+}
+
+Candidates FormatsOf(const Situation& now) {
+  const bool documents = now.command != nullptr && now.command->word_kind == WordKind::kFile;
+  return documents ? WholeWords(kDocumentFormats) : WholeWords(kViewFormats);
+}
+
+using ValuesOfOption = Candidates (*)(const Environment& environment, const Situation& now,
+                                      const std::string& current);
+
+const std::map<std::string_view, ValuesOfOption> kOptionValues = {
+    {"--file", [](const Environment&, const Situation&,
+                  const std::string&) { return Candidates{std::string(kFileCandidates)}; }},
+    {"--runtime-dir", [](const Environment&, const Situation&,
+                         const std::string&) { return Candidates{std::string(kFileCandidates)}; }},
+    {"--for",
+     [](const Environment&, const Situation&, const std::string&) { return WholeWords(kParts); }},
+    {"--format",
+     [](const Environment&, const Situation& now, const std::string&) { return FormatsOf(now); }},
+    {"--until", [](const Environment&, const Situation&,
+                   const std::string& current) { return WholeWords(CompleteCondition(current)); }},
+    {"--md", [](const Environment& environment, const Situation&,
+                const std::string&) { return WholeWords(MdNames(Configuration(environment))); }},
+    {"--ma",
+     [](const Environment& environment, const Situation& now, const std::string&) {
+       return WholeWords(MaNames(Configuration(environment), SelectionBefore(now)));
+     }},
+    {"--mep",
+     [](const Environment& environment, const Situation& now, const std::string&) {
+       return WholeWords(MepIds(Configuration(environment), SelectionBefore(now)));
+     }},
+};
+
+Candidates OptionValues(const Environment& environment, const Situation& now,
+                        const std::string& current) {
+  const auto values = kOptionValues.find(now.option);
+  return values == kOptionValues.end() ? Candidates{} : values->second(environment, now, current);
+}
 
 Situation Understand(const CLI::App& main, Environment& environment,
                      const std::vector<std::string>& before) {
@@ -148,6 +202,7 @@ Situation Understand(const CLI::App& main, Environment& environment,
       if (now.option == "--runtime-dir") {
         environment.runtime_dir = word;
       }
+      now.values[now.option] = word;
       now.option.clear();
     } else if (const CLI::Option* option = FindOption(*now.app, word); option != nullptr) {
       now.option = HasValue(*option) ? word : "";
@@ -176,10 +231,7 @@ Candidates AllCandidates(const CLI::App& main, Environment& environment,
                          const std::vector<std::string>& before, const std::string& current) {
   const Situation now = Understand(main, environment, before);
   if (!now.option.empty()) {
-    return now.command == nullptr && now.option != "--runtime-dir"
-               ? Candidates{}
-               : OptionValues(now.command == nullptr ? Commands().front() : *now.command,
-                              now.option);
+    return OptionValues(environment, now, current);
   }
   if (current.starts_with('-')) {
     return OptionCandidates(*now.app);

@@ -3,13 +3,18 @@
 #include "paths.h"
 
 namespace cfmctl {
+namespace {
+
+constexpr double kDefaultTimeoutSeconds = 60;
+
+}  // namespace
 
 std::chrono::milliseconds ToMilliseconds(double seconds) {
   return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
 }
 
 std::chrono::milliseconds Environment::Timeout() const {
-  return ToMilliseconds(timeout_seconds);
+  return ToMilliseconds(timeout_seconds.value_or(kDefaultTimeoutSeconds));
 }
 
 std::filesystem::path Environment::AgentSocket() const {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -17,9 +18,10 @@ struct Environment {
   std::istream& in;
   std::ostream& out;
   std::ostream& err;
-  std::string runtime_dir;      // of the element
-  double timeout_seconds = 60;  // for each answer
+  std::string runtime_dir;                     // of the element
+  std::optional<double> timeout_seconds = {};  // as it was given
 
+  // For each answer.
   std::chrono::milliseconds Timeout() const;
   std::filesystem::path AgentSocket() const;
   std::filesystem::path ManagerSocket() const;

@@ -3,6 +3,7 @@
 #define TOOLS_COMMANDS_REPLIES_H
 
 #include <string>
+#include <vector>
 
 #include "agent.pb.h"
 #include "environment.h"
@@ -13,6 +14,8 @@ namespace cfmctl {
 // and one line per error when the request was refused.
 void CheckReply(const Environment& environment, const cfm::agent::Reply& reply,
                 const std::string& refusal);
+
+void PrintWarnings(const Environment& environment, const std::vector<std::string>& warnings);
 
 }  // namespace cfmctl
 

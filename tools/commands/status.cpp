@@ -22,14 +22,16 @@ struct Options {
   std::vector<std::string> parts{std::begin(kParts), std::end(kParts)};
 };
 
-std::string AgentText(const ElementWatch& element) {
+using Lines = std::vector<std::string>;
+
+Lines AgentLines(const ElementWatch& element) {
   if (!element.Agent()) {
-    return "not there: " + element.AgentAbsence();
+    return {"not there: " + element.AgentAbsence()};
   }
   const agent::Status& status = *element.Agent();
-  return fmt::format("transaction {}{}{}; database {}", status.txid(),
-                     status.commit_in_progress() ? "; a commit is in progress" : "",
-                     status.candidate_open() ? "; a candidate is open" : "", status.database());
+  return {fmt::format("transaction {}{}{}; database {}", status.txid(),
+                      status.commit_in_progress() ? "; a commit is in progress" : "",
+                      status.candidate_open() ? "; a candidate is open" : "", status.database())};
 }
 
 std::string ToText(const agent::SubscriberStatus& subscriber) {
@@ -37,43 +39,64 @@ std::string ToText(const agent::SubscriberStatus& subscriber) {
                      subscriber.pid(), subscriber.priority(), fmt::join(subscriber.points(), " "));
 }
 
-std::string DaemonText(const ElementWatch& element) {
-  if (!element.Agent()) {
-    return "unknown: the agent, with which it would be, is not there";
-  }
-  std::vector<std::string> texts;
-  for (const agent::SubscriberStatus& subscriber : element.Agent()->subscribers()) {
-    texts.push_back(ToText(subscriber));
-  }
-  return texts.empty() ? "not there: nobody subscribed to the configuration"
-                       : fmt::format("{}", fmt::join(texts, "; "));
+std::string ToText(const agent::ProviderStatus& provider) {
+  Lines points(provider.callpoints().begin(), provider.callpoints().end());
+  points.insert(points.end(), provider.actionpoints().begin(), provider.actionpoints().end());
+  return provider.lost()
+             ? fmt::format("{} is lost, which provided {}", provider.name(), fmt::join(points, " "))
+             : fmt::format("{} (process {}) provides {}", provider.name(), provider.pid(),
+                           fmt::join(points, " "));
 }
 
-std::string ManagerText(const ElementWatch& element) {
+Lines DaemonLines(const ElementWatch& element) {
+  if (!element.Agent()) {
+    return {"unknown: the agent, with which it would be, is not there"};
+  }
+  Lines lines;
+  for (const agent::SubscriberStatus& subscriber : element.Agent()->subscribers()) {
+    lines.push_back(ToText(subscriber));
+  }
+  if (lines.empty()) {
+    lines.push_back("not there: nobody subscribed to the configuration");
+  }
+  for (const agent::ProviderStatus& provider : element.Agent()->providers()) {
+    lines.push_back(ToText(provider));
+  }
+  if (element.Agent()->providers().empty()) {
+    lines.push_back("not there: nobody provides status and statistics");
+  }
+  return lines;
+}
+
+bool DaemonIsThere(const ElementWatch& element) {
+  return element.Agent() && !element.Agent()->subscribers().empty() &&
+         std::ranges::any_of(
+             element.Agent()->providers(),
+             [](const agent::ProviderStatus& provider) { return !provider.lost(); });
+}
+
+Lines ManagerLines(const ElementWatch& element) {
   if (!element.Manager()) {
-    return "not there: " + element.ManagerAbsence();
+    return {"not there: " + element.ManagerAbsence()};
   }
   const HeldHierarchy& held = *element.Manager();
-  return held.number == 0
-             ? "was given no configuration yet"
-             : fmt::format("configuration {}: {}", held.number, CountsText(held.hierarchy));
+  return {held.number == 0
+              ? "was given no configuration yet"
+              : fmt::format("configuration {}: {}", held.number, CountsText(held.hierarchy))};
 }
 
 struct PartOfElement {
   std::string_view name;
   bool (*is_there)(const ElementWatch& element);
-  std::string (*text)(const ElementWatch& element);
+  Lines (*lines)(const ElementWatch& element);
 };
 
 constexpr PartOfElement kPartsOfElement[] = {
-    {kParts[0], [](const ElementWatch& element) { return element.Agent().has_value(); }, AgentText},
-    {kParts[1],
-     [](const ElementWatch& element) {
-       return element.Agent() && !element.Agent()->subscribers().empty();
-     },
-     DaemonText},
+    {kParts[0], [](const ElementWatch& element) { return element.Agent().has_value(); },
+     AgentLines},
+    {kParts[1], DaemonIsThere, DaemonLines},
     {kParts[2], [](const ElementWatch& element) { return element.Manager().has_value(); },
-     ManagerText},
+     ManagerLines},
 };
 
 std::vector<std::string> Missing(const ElementWatch& element, const Options& options) {
@@ -89,7 +112,11 @@ std::vector<std::string> Missing(const ElementWatch& element, const Options& opt
 
 void PrintStatus(const Environment& environment, const ElementWatch& element) {
   for (const PartOfElement& part : kPartsOfElement) {
-    fmt::print(environment.out, "{:<8} {}\n", part.name, Printable(part.text(element)));
+    std::string_view title = part.name;
+    for (const std::string& line : part.lines(element)) {
+      fmt::print(environment.out, "{:<8} {}\n", title, Printable(line));
+      title = {};
+    }
   }
 }
 

@@ -1,0 +1,92 @@
+#include "core/status_changes.h"
+
+#include <gmock/gmock.h>
+
+#include "records.h"
+
+namespace cfmctl {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class StatusBoardTest : public testing::Test {
+ protected:
+  std::vector<std::string> Apply(const std::string& path, const std::optional<TreeNode>& entry) {
+    std::vector<std::string> lines;
+    for (const StatusChange& change : board_.Apply(path, entry)) {
+      lines.push_back(ToText(change));
+    }
+    return lines;
+  }
+
+  StatusBoard board_;
+};
+
+TEST_F(StatusBoardTest, SaysWhatChangedFromWhatToWhat) {
+  EXPECT_THAT(Apply("/r", test::RemoteRecord()),
+              ElementsAre("remote MEP 7 of md{east}/ma{blue}/mep{5} appeared, state rmep-ok"));
+  TreeNode changed = test::With(test::RemoteRecord(), "state", "rmep-failed");
+  changed = test::With(changed, "rx-rdi", "true");
+  EXPECT_THAT(
+      Apply("/r", changed),
+      ElementsAre("remote MEP 7 of md{east}/ma{blue}/mep{5}: rx-rdi false -> true",
+                  "remote MEP 7 of md{east}/ma{blue}/mep{5}: state rmep-ok -> rmep-failed"));
+  EXPECT_THAT(Apply("/r", changed), IsEmpty());
+  EXPECT_THAT(Apply("/r", std::nullopt),
+              ElementsAre("remote MEP 7 of md{east}/ma{blue}/mep{5} went away"));
+}
+
+TEST_F(StatusBoardTest, ExplainsDefects) {
+  EXPECT_THAT(Apply("/l", test::LocalRecord()),
+              ElementsAre("local MEP md{east}/ma{blue}/mep{5} appeared, defects -"));
+  EXPECT_THAT(Apply("/l", test::With(test::LocalRecord(), "defects", "AR")),
+              ElementsAre("local MEP md{east}/ma{blue}/mep{5}: defects - -> AR (RDI, remote CCM)"));
+}
+
+TEST_F(StatusBoardTest, ARecordThatIsWrittenLeafByLeafAppearsOnceItsNameIsKnown) {
+  const TreeNode whole = test::LocalRecord();
+  TreeNode record = test::Entry("local", {});
+  std::vector<std::string> lines;
+  for (std::size_t i = 0; i < 6; ++i) {
+    record.children.push_back(whole.children[i]);
+    std::ranges::move(Apply("/l", record), std::back_inserter(lines));
+  }
+  EXPECT_THAT(
+      lines,
+      ElementsAre("local MEP md{east}/ma{blue}/mep{5} appeared",
+                  "local MEP md{east}/ma{blue}/mep{5}: mac-address none -> 02:00:00:00:00:05",
+                  "local MEP md{east}/ma{blue}/mep{5}: tx-rdi none -> false"));
+}
+
+TEST_F(StatusBoardTest, ARecordThatIsUsedForAnotherMepIsADepartureAndAnAppearance) {
+  Apply("/l", test::LocalRecord("0", "5"));
+  EXPECT_THAT(Apply("/l", test::LocalRecord("0", "6")),
+              ElementsAre("local MEP md{east}/ma{blue}/mep{5} went away",
+                          "local MEP md{east}/ma{blue}/mep{6} appeared, defects -"));
+}
+
+TEST_F(StatusBoardTest, ARemoteMepStaysTheSameWhoeverSeesIt) {
+  Apply("/r", test::RemoteRecord());
+  EXPECT_THAT(Apply("/r", test::With(test::RemoteRecord(), "local-mep", "6")), IsEmpty());
+}
+
+TEST_F(StatusBoardTest, ARecordThatNobodyKnewGoesSilently) {
+  EXPECT_THAT(Apply("/l", std::nullopt), IsEmpty());
+  Apply("/l", test::Entry("local", {test::Leaf("id", "0")}));
+  EXPECT_THAT(Apply("/l", std::nullopt), IsEmpty());
+}
+
+TEST_F(StatusBoardTest, HasTheRecordsThatAreSelected) {
+  Apply("/l", test::LocalRecord());
+  Apply("/r", test::RemoteRecord());
+  Apply("/gone", test::LocalRecord("9", "6"));
+  Apply("/gone", std::nullopt);
+  EXPECT_THAT(board_.Records({}), SizeIs(2));
+  EXPECT_THAT(board_.Paths({"east", "blue", 7}), ElementsAre("/r"));
+  EXPECT_THAT(board_.Paths({"east", "blue", 5}), ElementsAre("/l", "/r"));
+}
+
+}  // namespace
+}  // namespace cfmctl

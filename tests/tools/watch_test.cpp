@@ -1,0 +1,165 @@
+#include <future>
+
+#include "command_fixture.h"
+#include "fakes.h"
+#include "records.h"
+
+namespace cfmctl {
+namespace {
+
+namespace agent = cfm::agent;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+
+constexpr const char* kStamp = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3}Z ";
+
+class Watch : public test::CommandTest {
+ protected:
+  // The running configuration has the MA blue with the local MEP 5 and the
+  // remote MEPs 7 and 8.
+  Watch() {
+    agent_.on_request = [](const agent::Request& request) {
+      EXPECT_EQ(request.get().datastore(), agent::DATASTORE_RUNNING);
+      const TreeNode ma =
+          test::Entry("ma", {test::Leaf("id", "blue"), test::Element("remote-meps", "7"),
+                             test::Element("remote-meps", "8"), test::Mep5()});
+      agent::Reply reply;
+      *reply.mutable_node() = test::ToNode(
+          test::Root(test::Container("cfm", {test::Entry("md", {test::Leaf("id", "east"), ma})})));
+      return reply;
+    };
+  }
+
+  // Runs the command in a thread; it watches when this returns.
+  std::future<test::Outcome> Start(std::vector<std::string> words) {
+    words.insert(words.begin(), {"watch", "--timeout", "60"});
+    auto outcome = std::async(std::launch::async, [this, words] { return Run(words); });
+    agent_.AwaitOperationalWatcher();
+    return outcome;
+  }
+
+  void Local(const std::string& defects) {
+    agent_.ChangeRecord(test::LocalPath(0), test::With(test::LocalRecord(), "defects", defects));
+  }
+  void Remote(int id, const std::string& state) {
+    agent_.ChangeRecord(
+        test::RemotePath(id),
+        test::With(test::RemoteRecord(std::to_string(id), std::to_string(id)), "state", state));
+  }
+
+  test::FakeAgent agent_{Directory()};
+};
+
+TEST_F(Watch, PrintsEachChangeWithItsTime) {
+  Remote(7, "rmep-start");
+  auto watch = Start({"--count", "3"});
+  Remote(7, "rmep-ok");
+  Local("-");
+  Local("R");
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "watching every MEP, 1 with a status\n");
+  const std::string stamp = kStamp;
+  EXPECT_THAT(
+      outcome.out,
+      MatchesRegex(stamp +
+                   "remote MEP 7 of md.east./ma.blue./mep.5.: state rmep-start -> rmep-ok\n" +
+                   stamp + "local MEP md.east./ma.blue./mep.5. appeared, defects -\n" + stamp +
+                   "local MEP md.east./ma.blue./mep.5.: defects - -> R .remote CCM.\n"));
+}
+
+TEST_F(Watch, ShowsOnlyWhatIsSelected) {
+  Remote(7, "rmep-start");
+  Remote(8, "rmep-start");
+  auto watch = Start({"east", "blue", "8", "--count", "1"});
+  Remote(7, "rmep-ok");
+  Remote(8, "rmep-failed");
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.err, "watching MD east, MA blue, MEP 8, 1 with a status\n");
+  EXPECT_THAT(outcome.out, HasSubstr("remote MEP 8"));
+  EXPECT_THAT(outcome.out, testing::Not(HasSubstr("remote MEP 7")));
+}
+
+TEST_F(Watch, EndsAtOnceWhenTheConditionHolds) {
+  Remote(7, "rmep-ok");
+  Remote(8, "rmep-ok");
+  const auto outcome = Run({"watch", "--until", "state=rmep-ok", "east"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, IsEmpty());
+}
+
+TEST_F(Watch, WaitsForEveryRemoteMepAlsoForThoseWithoutAStatus) {
+  Remote(7, "rmep-ok");
+  auto watch = Start({"--until", "state=rmep-ok"});
+  Remote(8, "rmep-start");
+  Remote(8, "rmep-ok");
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("state rmep-start -> rmep-ok\n"));
+}
+
+TEST_F(Watch, WaitsForADefectToComeAndToGo) {
+  Local("-");
+  auto comes = Start({"--until", "defect=R", "east", "blue", "5"});
+  Local("S");
+  Local("SR");
+  EXPECT_EQ(comes.get().status, 0);
+  auto goes = Start({"--until", "defect!=R", "east", "blue", "5"});
+  Local("-");
+  EXPECT_EQ(goes.get().status, 0);
+}
+
+TEST_F(Watch, SeveralConditionsHaveToHoldAtOnce) {
+  Local("R");
+  Remote(7, "rmep-ok");
+  Remote(8, "rmep-ok");
+  auto watch = Start({"--until", "state=rmep-ok", "--until", "defects=-"});
+  Remote(8, "rmep-failed");
+  Local("-");
+  Remote(8, "rmep-ok");
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("state rmep-failed -> rmep-ok\n"));
+}
+
+TEST_F(Watch, WhatDidNotComeInTimeIsNamed) {
+  Remote(7, "rmep-failed");
+  const auto outcome = Run({"watch", "--until", "state=rmep-ok", "--timeout", "0.05"});
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_EQ(outcome.err,
+            "watching every MEP, 1 with a status\n"
+            "cfmctl: after 0.05 s the watch ended without what it waited for\n"
+            "  remote MEP 7 of md{east}/ma{blue}/mep{5}: state is rmep-failed\n"
+            "  remote MEP 8 of md{east}/ma{blue}/mep{5}: has no status yet\n");
+}
+
+TEST_F(Watch, LinesThatDidNotComeInTimeAreATimeoutToo) {
+  EXPECT_EQ(Run({"watch", "--count", "1", "--timeout", "0.05"}).status, 4);
+}
+
+TEST_F(Watch, AConditionThatIsNoneIsWrongUsage) {
+  const auto outcome = Run({"watch", "--until", "state=good"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, HasSubstr("state is one of rmep-idle"));
+  EXPECT_EQ(Run({"watch", "--count", "0"}).status, 2);
+  EXPECT_THAT(agent_.Requests(), IsEmpty());
+}
+
+TEST_F(Watch, AnAgentThatGoesAwayEndsIt) {
+  std::optional<test::FakeAgent> agent;
+  const std::filesystem::path other = Directory() / "other";
+  std::filesystem::create_directory(other);
+  agent.emplace(other);
+  auto watch = std::async(std::launch::async, [&] {
+    return RunAsIs({"watch", "--runtime-dir", other});
+  });
+  agent->AwaitOperationalWatcher();
+  agent.reset();
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, HasSubstr("cfmctl: the agent went away\n"));
+}
+
+}  // namespace
+}  // namespace cfmctl
