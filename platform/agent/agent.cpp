@@ -11,11 +11,20 @@ Agent::Agent(sd_event* loop, const Options& options)
       candidate_(model_, datastore_),
       announcement_(loop, model_, subscriptions_, options.subscriber_timeout),
       commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),
+      provider_model_(model_),
+      operational_(model_, provider_model_),
+      watch_(loop, operational_),
+      providers_(loop, provider_model_,
+                 {locks_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
       status_([this] { return ReadStatus(); }),
       server_(loop, options.runtime_dir / "agentd.sock", options.port,
               {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
-               status_}) {
-  commits_.OnProgress([this] { status_.Changed(); });
+               status_, provider_model_, operational_, watch_, providers_}) {
+  providers_.OnChange([this] { status_.Changed(); });
+  commits_.OnProgress([this] {
+    status_.Changed();
+    providers_.Resume();
+  });
 }
 
 cfm::agent::Status Agent::ReadStatus() const {
@@ -29,6 +38,7 @@ cfm::agent::Status Agent::ReadStatus() const {
       listener->Describe(priority, *status.add_subscribers());
     }
   }
+  providers_.Describe(status);
   return status;
 }
 

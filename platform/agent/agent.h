@@ -12,7 +12,11 @@
 #include "instance_lock.h"
 #include "lock_table.h"
 #include "model.h"
+#include "operational_store.h"
+#include "operational_watch.h"
 #include "options.h"
+#include "provider_model.h"
+#include "providers.h"
 #include "server.h"
 #include "status_board.h"
 #include "store.h"
@@ -41,6 +45,10 @@ class Agent {
   Subscriptions subscriptions_;
   Announcement announcement_;
   CommitQueue commits_;
+  ProviderModel provider_model_;
+  OperationalStore operational_;
+  OperationalWatch watch_;
+  Providers providers_;
   StatusBoard status_;
   Server server_;
 };

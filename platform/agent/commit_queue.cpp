@@ -15,7 +15,11 @@ CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
       patience_(patience),
       timer_(loop, [this] { OnImpatience(); }),
       soon_(loop, [this] { OnLocksFree(); }) {
-  locks_.OnFree([this] { soon_.Set(std::chrono::microseconds(0)); });
+  locks_.OnFree([this] {
+    if (state_ == State::kWaitingForLocks) {
+      soon_.Set(std::chrono::microseconds(0));
+    }
+  });
 }
 
 void CommitQueue::Add(CommitRequest request) {

@@ -29,11 +29,11 @@ bool IsConfdRole(cfm::agent::Role role) {
 
 }  // namespace
 
-Connection::Connection(sd_event* loop, ipc::UniqueFd socket, pid_t pid, Origin origin,
+Connection::Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin origin,
                        const Services& services, Forget forget)
     : services_(services),
       forget_(std::move(forget)),
-      pid_(pid),
+      who_(std::move(who)),
       origin_(origin),
       channel_(
           loop, std::move(socket), kEventPriority,
@@ -76,12 +76,14 @@ void Connection::OnHello(const cfm::agent::Hello& hello) {
   }
   cfm::agent::HelloReply reply;
   reply.set_error(Objection(hello));
-  std::shared_ptr<Role> role =
-      reply.error().empty() ? MakeRole(hello.role(), services_, *this) : nullptr;
-  if (reply.error().empty() && role == nullptr) {
-    reply.set_error("agentd has no role " + std::to_string(hello.role()));
-  }
+  std::shared_ptr<Role> role;
   if (reply.error().empty()) {
+    auto made = MakeRole(hello, services_, *this);
+    role = made ? *made : nullptr;
+    reply.set_error(made ? "" : made.Why().front().message);
+  }
+  if (role != nullptr) {
+    role->Welcome(reply);
     for (const auto& [tag, name] : services_.model.Names()) {
       auto* entry = reply.add_tags();
       entry->set_tag(tag);

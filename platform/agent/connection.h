@@ -18,16 +18,23 @@ class Connection : public Peer {
  public:
   // Where it came in says what it may be.
   enum class Origin { kLocalSocket, kLoopback };
+  // The process at the other end; nothing is known of one on the loopback.
+  struct Who {
+    pid_t pid = 0;
+    std::string user{};
+  };
   // Destroys the connection.
   using Forget = std::function<void(Connection* connection)>;
 
-  Connection(sd_event* loop, ipc::UniqueFd socket, pid_t pid, Origin origin,
-             const Services& services, Forget forget);
+  Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin origin, const Services& services,
+             Forget forget);
 
   void Send(const cfm::agent::FromAgent& message) override { channel_.Send(message); }
   void Drop(const std::string& reason) override;
   const std::string& Name() const override { return name_; }
-  pid_t Pid() const override { return pid_; }
+  pid_t Pid() const override { return who_.pid; }
+  const std::string& User() const override { return who_.user; }
+  std::size_t QueuedBytes() const override { return channel_.QueuedBytes(); }
 
  private:
   void OnFrame(std::string_view payload);
@@ -37,7 +44,7 @@ class Connection : public Peer {
 
   Services services_;
   Forget forget_;
-  pid_t pid_;
+  Who who_;
   Origin origin_;
   std::string name_ = "client";
   ipc::Channel channel_;

@@ -7,9 +7,12 @@
 #include "commit_queue.h"
 #include "fetch.h"
 #include "frame.h"
+#include "operational_fetch.h"
+#include "providers.h"
 
 namespace agentd {
 
+using cfm::agent::OperationalWrite;
 using cfm::agent::Request;
 using cfm::agent::StartSession;
 
@@ -28,6 +31,8 @@ void DataSession::Handle(const Request& request) {
       return End();
     case Request::kFetch:
       return Fetch(request.fetch());
+    case Request::kOperationalWrite:
+      return Write(request.operational_write());
     case Request::kGetTxid:
       return SendTxid();
     default:
@@ -39,9 +44,12 @@ void DataSession::Start(const StartSession& request) {
   if (state_ != State::kClosed) {
     throw ipc::ProtocolError("StartSession within a session");
   }
-  // The operational datastore gets its own kind of session here.
+  if (request.database() == CDB_OPERATIONAL) {
+    return OpenOperational(request);
+  }
   if (request.database() != CDB_RUNNING) {
-    return Refuse(request, {.message = "start a session: the agent has the running datastore only",
+    return Refuse(request, {.message = "start a session: the agent has the running and the "
+                                       "operational datastore only",
                             .code = CONFD_ERR_BADSTATE});
   }
   const bool is_busy = request.flags() != 0 && services_.commits.IsChanging();
@@ -68,6 +76,14 @@ void DataSession::Open(const StartSession& request) {
   }
 }
 
+// Locks are about commits, which operational data knows nothing of.
+void DataSession::OpenOperational(const StartSession& request) {
+  state_ = State::kOpen;
+  if (request.flags() != 0) {
+    SendReply(peer_, {});
+  }
+}
+
 // A start without flags has no reply: its first read tells.
 void DataSession::Refuse(const StartSession& request, Problem problem) {
   if (request.flags() != 0) {
@@ -87,20 +103,64 @@ void DataSession::End() {
   services_.locks.Release(this);
 }
 
-void DataSession::Fetch(const cfm::agent::Fetch& request) {
+Problems DataSession::CheckSession(const char* operation) const {
   if (state_ == State::kRefused) {
-    return SendProblems(peer_, {refusal_});
+    return {refusal_};
   }
   if (state_ != State::kOpen) {
-    return SendProblems(peer_,
-                        {{.message = "read: there is no session", .code = CONFD_ERR_NOSESSION}});
+    return {
+        {.message = std::string(operation) + ": there is no session", .code = CONFD_ERR_NOSESSION}};
   }
-  auto data = agentd::Fetch(services_.model, *snapshot_, request.path());
+  return {};
+}
+
+void DataSession::Fetch(const cfm::agent::Fetch& request) {
+  if (const Problems problems = CheckSession("read"); !problems.empty()) {
+    return SendProblems(peer_, problems);
+  }
+  auto data = snapshot_ != nullptr
+                  ? agentd::Fetch(services_.model, *snapshot_, request.path())
+                  : FetchOperational(services_.model, services_.operational, request.path());
   if (!data) {
     return SendProblems(peer_, data.Why());
   }
   cfm::agent::Reply reply;
   *reply.mutable_data() = std::move(*data);
+  SendReply(peer_, std::move(reply));
+}
+
+void DataSession::Write(const OperationalWrite& request) {
+  if (const Problems problems = CheckSession("write"); !problems.empty()) {
+    return SendProblems(peer_, problems);
+  }
+  if (snapshot_ != nullptr) {
+    return SendProblems(peer_, {{.message = "write: the session is on the running datastore, "
+                                            "which only commits change",
+                                 .code = CONFD_ERR_NOT_WRITABLE}});
+  }
+  OperationalStore& store = services_.operational;
+  switch (request.operation()) {
+    case OperationalWrite::CREATE:
+      return SendProblems(peer_, store.Create(request.path()));
+    case OperationalWrite::SET:
+      return SendProblems(peer_, store.Set(request.path(), request.value()));
+    case OperationalWrite::DELETE:
+      return Delete(request.path());
+    default:
+      throw ipc::ProtocolError("an unknown operation on operational data");
+  }
+}
+
+void DataSession::Delete(const cfm::agent::Path& path) {
+  const auto gone = services_.operational.Delete(path);
+  cfm::agent::Reply reply;
+  if (!gone) {
+    AddProblems(gone.Why(), reply);
+  } else {
+    for (const std::uint64_t id : services_.providers.EntriesGone(*gone)) {
+      reply.add_withdrawn(id);
+    }
+  }
   SendReply(peer_, std::move(reply));
 }
 

@@ -1,4 +1,5 @@
-// A CDB data connection: sessions that read one state of the configuration.
+// A CDB data connection: sessions that read one state of the configuration, and
+// sessions that read and write operational data as it is.
 #ifndef AGENT_DATA_SESSION_H
 #define AGENT_DATA_SESSION_H
 
@@ -21,15 +22,19 @@ class DataSession : public Role {
 
   void Start(const cfm::agent::StartSession& request);
   void Open(const cfm::agent::StartSession& request);
+  void OpenOperational(const cfm::agent::StartSession& request);
   void Refuse(const cfm::agent::StartSession& request, Problem problem);
   void End();
   void Fetch(const cfm::agent::Fetch& request);
+  void Write(const cfm::agent::OperationalWrite& request);
+  void Delete(const cfm::agent::Path& path);
+  Problems CheckSession(const char* operation) const;
   void SendTxid();
 
   Services services_;
   Peer& peer_;
   State state_ = State::kClosed;
-  SnapshotPtr snapshot_;  // while open
+  SnapshotPtr snapshot_;  // while open on the running datastore
   Problem refusal_;       // while refused: an answer to the first read
 };
 

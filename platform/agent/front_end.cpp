@@ -3,6 +3,9 @@
 #include "candidate.h"
 #include "edit.h"
 #include "frame.h"
+#include "invocation.h"
+#include "operational_read.h"
+#include "operational_watch.h"
 #include "render.h"
 #include "status_board.h"
 
@@ -11,13 +14,29 @@ namespace agentd {
 using cfm::agent::Reply;
 using cfm::agent::Request;
 
+namespace {
+
+// All entries of a full element take a third of this.
+constexpr std::size_t kMaxWatchBacklog = 16U << 20;
+
+Reply ReplyOf(const OperationalWatch::Changes& changes) {
+  Reply reply;
+  for (const auto& change : changes) {
+    *reply.add_operational() = change;
+  }
+  return reply;
+}
+
+}  // namespace
+
 FrontEnd::~FrontEnd() {
   services_.status.Unwatch(this);
+  services_.watch.Unwatch(this);
 }
 
 void FrontEnd::Handle(const Request& request) {
-  if (committing_) {
-    throw ipc::ProtocolError("a request before the reply to the commit");
+  if (committing_ || task_ != nullptr) {
+    throw ipc::ProtocolError("a request before the reply to the one before it");
   }
   switch (request.request_case()) {
     case Request::kGet:
@@ -36,6 +55,10 @@ void FrontEnd::Handle(const Request& request) {
       return SendStatus();
     case Request::kWatchStatus:
       return WatchStatus();
+    case Request::kInvoke:
+      return Invoke(request.invoke());
+    case Request::kWatchOperational:
+      return WatchOperational(request.watch_operational());
     default:
       throw ipc::ProtocolError("a request that a front end does not have");
   }
@@ -43,17 +66,76 @@ void FrontEnd::Handle(const Request& request) {
 
 // A candidate that nobody has opened is what running is.
 void FrontEnd::Get(const cfm::agent::Get& request) {
+  if (request.datastore() == cfm::agent::DATASTORE_OPERATIONAL) {
+    return GetOperational(request);
+  }
   Reply reply;
   const SnapshotPtr running = services_.datastore.Running();
   const bool from_candidate =
       request.datastore() == cfm::agent::DATASTORE_CANDIDATE && services_.candidate.IsOpen();
   const lyd_node* top = from_candidate ? services_.candidate.Top() : running->Top();
   if (request.datastore() == cfm::agent::DATASTORE_UNSPECIFIED) {
-    AddProblems({{.message = "get: say which datastore, running or candidate"}}, reply);
+    AddProblems({{.message = "get: say which datastore: running, candidate or operational"}},
+                reply);
   } else {
     AddProblems(Render(services_.model, top, request, reply), reply);
   }
   SendReply(peer_, std::move(reply));
+}
+
+void FrontEnd::GetOperational(const cfm::agent::Get& request) {
+  auto read = std::make_unique<OperationalRead>(
+      services_, request, [this](Reply reply) { FinishTask(std::move(reply)); });
+  OperationalRead& started = *read;
+  task_ = std::move(read);
+  started.Start();
+}
+
+void FrontEnd::Invoke(const cfm::agent::Invoke& request) {
+  auto invocation = std::make_unique<Invocation>(
+      services_, request, peer_.User(), [this](Reply reply) { FinishTask(std::move(reply)); });
+  Invocation& started = *invocation;
+  task_ = std::move(invocation);
+  started.Start();
+}
+
+// Called from wherever the last answer came, so what is wrong with the reply
+// must not fall on that connection.
+void FrontEnd::FinishTask(Reply reply) {
+  task_.reset();
+  try {
+    SendReply(peer_, std::move(reply));
+  } catch (const ipc::ProtocolError& error) {
+    SendProblems(peer_, {{.message = std::string("the reply is too long (") + error.what() +
+                                     "): ask for a part of it"}});
+  }
+}
+
+void FrontEnd::WatchOperational(const cfm::agent::WatchOperational& request) {
+  auto path = ParseWatchPath(services_.model, request.path());
+  if (!path) {
+    return SendProblems(peer_, path.Why());
+  }
+  if (peer_.QueuedBytes() > kMaxWatchBacklog) {
+    throw ipc::ProtocolError("a watcher that does not read");
+  }
+  services_.watch.Unwatch(this);
+  SendReply(peer_, ReplyOf(services_.watch.Watch(this, std::move(*path),
+                                                 [this](const OperationalWatch::Changes& changes) {
+                                                   TellChanges(changes);
+                                                 })));
+}
+
+void FrontEnd::TellChanges(const OperationalWatch::Changes& changes) {
+  if (peer_.QueuedBytes() > kMaxWatchBacklog) {
+    return peer_.Drop("the watcher does not read: " + std::to_string(peer_.QueuedBytes()) +
+                      " bytes are waiting");
+  }
+  try {
+    SendReply(peer_, ReplyOf(changes));
+  } catch (const ipc::ProtocolError& error) {
+    peer_.Drop(std::string("the changes fit no message: ") + error.what());
+  }
 }
 
 void FrontEnd::Edit(const cfm::agent::Edit& request) {

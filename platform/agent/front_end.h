@@ -3,6 +3,7 @@
 #define AGENT_FRONT_END_H
 
 #include "commit_queue.h"
+#include "provider.h"
 #include "role.h"
 
 namespace agentd {
@@ -16,6 +17,11 @@ class FrontEnd : public Role {
 
  private:
   void Get(const cfm::agent::Get& request);
+  void GetOperational(const cfm::agent::Get& request);
+  void Invoke(const cfm::agent::Invoke& request);
+  void WatchOperational(const cfm::agent::WatchOperational& request);
+  void TellChanges(const std::vector<cfm::agent::OperationalChange>& changes);
+  void FinishTask(cfm::agent::Reply reply);
   void Edit(const cfm::agent::Edit& request);
   void ValidateCandidate();
   void CommitCandidate();
@@ -33,6 +39,7 @@ class FrontEnd : public Role {
   Services services_;
   Peer& peer_;
   bool committing_ = false;
+  std::unique_ptr<Asker> task_;  // what waits for a data provider
 };
 
 }  // namespace agentd

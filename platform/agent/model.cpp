@@ -9,18 +9,6 @@ namespace {
 
 constexpr const char* kAnnotations = "element-model-annotations";
 
-// Argument of our extension statement of that name; null when there is none.
-const char* Annotation(const lysc_ext_instance* statements, std::string_view name) {
-  LY_ARRAY_COUNT_TYPE i = 0;
-  LY_ARRAY_FOR(statements, i) {
-    const lysc_ext& definition = *statements[i].def;
-    if (name == definition.name && std::string_view(kAnnotations) == definition.module->name) {
-      return statements[i].argument != nullptr ? statements[i].argument : "";
-    }
-  }
-  return nullptr;
-}
-
 std::uint64_t Number(std::string_view text, int base, const std::string& where) {
   const std::string_view digits = base == 16 && text.starts_with("0x") ? text.substr(2) : text;
   std::uint64_t number = 0;
@@ -74,6 +62,17 @@ void Visit(const lysc_node* node, const Visitor& visit) {
 
 }  // namespace
 
+const char* Annotation(const lysc_ext_instance* statements, std::string_view name) {
+  LY_ARRAY_COUNT_TYPE i = 0;
+  LY_ARRAY_FOR(statements, i) {
+    const lysc_ext& definition = *statements[i].def;
+    if (name == definition.name && std::string_view(kAnnotations) == definition.module->name) {
+      return statements[i].argument != nullptr ? statements[i].argument : "";
+    }
+  }
+  return nullptr;
+}
+
 std::uint32_t HashOfName(std::string_view name) {
   std::uint32_t hash = 0x811c9dc5;
   for (const char c : name) {
@@ -96,7 +95,9 @@ Model::Model(const std::filesystem::path& directory) {
 void Model::Load(const std::filesystem::path& directory) {
   const auto files = ModuleFiles(directory);
   ly_ctx* context = nullptr;
-  if (ly_ctx_new(directory.c_str(), LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD,
+  // The parsed nodes hold the texts of `when` statements, the compiled do not.
+  if (ly_ctx_new(directory.c_str(),
+                 LY_CTX_NO_YANGLIBRARY | LY_CTX_DISABLE_SEARCHDIR_CWD | LY_CTX_SET_PRIV_PARSED,
                  &context) != LY_SUCCESS) {
     throw std::runtime_error("read YANG modules in '" + directory.native() +
                              "': libyang refuses the directory");
@@ -115,6 +116,12 @@ void Model::Learn(const lys_module& module) {
   namespaces_[&module] = TagFrom(module.compiled->exts, module.ns);
   Visit(module.compiled->data, [this](const lysc_node& node) { Learn(node); });
   Visit(module.compiled->data, [this](const lysc_node& node) { LearnCapacity(node); });
+  for (const lysc_node_action* operation = module.compiled->rpcs; operation != nullptr;
+       operation = operation->next) {
+    Learn(operation->node);
+    Visit(operation->input.child, [this](const lysc_node& node) { Learn(node); });
+    Visit(operation->output.child, [this](const lysc_node& node) { Learn(node); });
+  }
 }
 
 void Model::Learn(const lysc_node& node) {
@@ -143,6 +150,14 @@ void Model::Name(std::uint32_t tag, const std::string& name) {
     throw std::runtime_error("data model: '" + name + "' and '" + entry->second +
                              "' have the same tag hash; give one a tag-hash statement");
   }
+}
+
+std::vector<const lysc_module*> Model::Modules() const {
+  std::vector<const lysc_module*> modules;
+  for (const auto& [module, hash] : namespaces_) {
+    modules.push_back(module->compiled);
+  }
+  return modules;
 }
 
 bool Model::HasNamespace(std::uint32_t hash) const {

@@ -16,6 +16,10 @@
 
 namespace agentd {
 
+// Argument of our extension statement of that name among `statements`; null
+// when there is none.
+const char* Annotation(const lysc_ext_instance* statements, std::string_view name);
+
 // FNV-1a, 32 bits: the hash of a node that the model gives none.
 std::uint32_t HashOfName(std::string_view name);
 
@@ -43,6 +47,9 @@ class Model {
   // Child of `parent`, or top-level node when that is null; `name` may carry
   // a module name and a colon. Null when there is none.
   const lysc_node* Child(const lysc_node* parent, std::string_view name) const;
+
+  // The modules whose nodes there are.
+  std::vector<const lysc_module*> Modules() const;
 
   const std::vector<Capacity>& Capacities() const { return capacities_; }
 

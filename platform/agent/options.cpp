@@ -21,6 +21,10 @@ std::filesystem::path DefaultYangDirectory() {
   return value != nullptr && *value != '\0' ? value : AGENT_YANG_DIR;
 }
 
+std::chrono::microseconds Microseconds(double seconds) {
+  return std::chrono::microseconds(static_cast<std::int64_t>(seconds * 1e6));
+}
+
 }  // namespace
 
 ParsedOptions ParseOptions(int argc, char** argv) {
@@ -30,6 +34,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   options.state_dir = ipc::StateDirectory();
   options.yang_dir = DefaultYangDirectory();
   double timeout = std::chrono::duration<double>(options.subscriber_timeout).count();
+  double provider_timeout = std::chrono::duration<double>(options.provider_timeout).count();
   std::uint16_t port = 0;
 
   CLI::App app("Management agent: keeps the configuration and tells programs of its changes.",
@@ -47,6 +52,10 @@ ParsedOptions ParseOptions(int argc, char** argv) {
                  "lock")
       ->check(CLI::Range(0.001, 3600.0))
       ->capture_default_str();
+  app.add_option("--provider-timeout", provider_timeout,
+                 "Seconds that a data provider may take over a read or an action")
+      ->check(CLI::Range(0.001, 3600.0))
+      ->capture_default_str();
   const auto* port_option =
       app.add_option("--port", port,
                      "Also listen on this port of 127.0.0.1, for programs on the ConfD API; every "
@@ -58,7 +67,8 @@ ParsedOptions ParseOptions(int argc, char** argv) {
     parsed.exit_status = app.exit(error);
     return parsed;
   }
-  options.subscriber_timeout = std::chrono::microseconds(static_cast<std::int64_t>(timeout * 1e6));
+  options.subscriber_timeout = Microseconds(timeout);
+  options.provider_timeout = Microseconds(provider_timeout);
   if (port_option->count() > 0) {
     options.port = port;
   }

@@ -16,6 +16,8 @@ struct Options {
   // How long a subscriber may take over a notification, and a commit may wait
   // for a lock.
   std::chrono::microseconds subscriber_timeout{std::chrono::seconds(10)};
+  // How long a data provider may take over a request.
+  std::chrono::microseconds provider_timeout{std::chrono::seconds(10)};
   std::optional<std::uint16_t> port;
 };
 

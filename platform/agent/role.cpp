@@ -3,6 +3,7 @@
 #include "data_session.h"
 #include "frame.h"
 #include "front_end.h"
+#include "provider_roles.h"
 #include "subscriber.h"
 #include "utf8.h"
 
@@ -17,20 +18,34 @@ class SchemaReader : public Role {
   }
 };
 
+Result<std::shared_ptr<Role>> MakeWorker(std::uint64_t provider, const Services& services,
+                                         Peer& peer) {
+  if (Problems problems = services.providers.Attach(provider, peer); !problems.empty()) {
+    return problems;
+  }
+  return std::shared_ptr<Role>(std::make_shared<ProviderWorker>(services, peer, provider));
+}
+
 }  // namespace
 
-std::shared_ptr<Role> MakeRole(cfm::agent::Role wanted, const Services& services, Peer& peer) {
-  switch (wanted) {
+Result<std::shared_ptr<Role>> MakeRole(const cfm::agent::Hello& hello, const Services& services,
+                                       Peer& peer) {
+  using RolePtr = std::shared_ptr<Role>;
+  switch (hello.role()) {
     case cfm::agent::ROLE_CDB_DATA:
-      return std::make_shared<DataSession>(services, peer);
+      return RolePtr(std::make_shared<DataSession>(services, peer));
     case cfm::agent::ROLE_CDB_SUBSCRIPTION:
-      return std::make_shared<Subscriber>(services, peer);
+      return RolePtr(std::make_shared<Subscriber>(services, peer));
     case cfm::agent::ROLE_FRONT_END:
-      return std::make_shared<FrontEnd>(services, peer);
+      return RolePtr(std::make_shared<FrontEnd>(services, peer));
     case cfm::agent::ROLE_SCHEMA:
-      return std::make_shared<SchemaReader>();
+      return RolePtr(std::make_shared<SchemaReader>());
+    case cfm::agent::ROLE_CONTROL:
+      return RolePtr(std::make_shared<ProviderControl>(services, peer));
+    case cfm::agent::ROLE_WORKER:
+      return MakeWorker(hello.provider(), services, peer);
     default:
-      return nullptr;
+      return Problem{.message = "agentd has no role " + std::to_string(hello.role())};
   }
 }
 

@@ -18,6 +18,10 @@ class CommitQueue;
 class Datastore;
 class LockTable;
 class Model;
+class OperationalStore;
+class OperationalWatch;
+class ProviderModel;
+class Providers;
 class StatusBoard;
 class Subscriptions;
 
@@ -31,6 +35,10 @@ struct Services {
   Announcement& announcement;
   CommitQueue& commits;
   StatusBoard& status;
+  const ProviderModel& provider_model;
+  OperationalStore& operational;
+  OperationalWatch& watch;
+  Providers& providers;
 };
 
 // The other end of a connection.
@@ -43,6 +51,10 @@ class Peer {
   virtual void Drop(const std::string& reason) = 0;
   virtual const std::string& Name() const = 0;
   virtual pid_t Pid() const = 0;
+  // Login name of the process's user; its number when it has none.
+  virtual const std::string& User() const = 0;
+  // What waits for the peer to read it.
+  virtual std::size_t QueuedBytes() const = 0;
   std::string Describe() const { return Name() + " (process " + std::to_string(Pid()) + ")"; }
 };
 
@@ -52,10 +64,13 @@ class Role : public std::enable_shared_from_this<Role> {
   // Throws ipc::ProtocolError when the request is out of place; the
   // connection then ends.
   virtual void Handle(const cfm::agent::Request& request) = 0;
+  // What the role adds to the reply to Hello.
+  virtual void Welcome(cfm::agent::HelloReply&) const {}
 };
 
-// The role that Hello asks for; null when there is no such role.
-std::shared_ptr<Role> MakeRole(cfm::agent::Role wanted, const Services& services, Peer& peer);
+// The role that Hello asks for. Problems say why it cannot be had.
+Result<std::shared_ptr<Role>> MakeRole(const cfm::agent::Hello& hello, const Services& services,
+                                       Peer& peer);
 
 void SendReply(Peer& peer, cfm::agent::Reply reply);
 // A reply that holds the problems, or says that there is none.

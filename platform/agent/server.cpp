@@ -1,5 +1,6 @@
 #include "server.h"
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include "frame.h"
@@ -9,6 +10,11 @@ namespace agentd {
 namespace {
 
 constexpr std::int64_t kEventPriority = 0;
+
+std::string UserName(uid_t uid) {
+  const passwd* user = getpwuid(uid);
+  return user != nullptr ? user->pw_name : std::to_string(uid);
+}
 
 }  // namespace
 
@@ -25,14 +31,14 @@ Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<
       }) {
   if (port) {
     loopback_.emplace(loop, *port, kEventPriority, [this](ipc::UniqueFd socket) {
-      Add(std::move(socket), 0, Connection::Origin::kLoopback);
+      Add(std::move(socket), {}, Connection::Origin::kLoopback);
     });
   }
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
   if (MayConnect(peer)) {
-    Add(std::move(socket), peer.pid, Connection::Origin::kLocalSocket);
+    Add(std::move(socket), {peer.pid, UserName(peer.uid)}, Connection::Origin::kLocalSocket);
     return;
   }
   AGENT_LOG_WARNING("connection of process %d refused: user %u may not", peer.pid, peer.uid);
@@ -42,9 +48,9 @@ void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
   ipc::SendFrame(socket.Get(), reply);
 }
 
-void Server::Add(ipc::UniqueFd socket, pid_t pid, Connection::Origin origin) {
+void Server::Add(ipc::UniqueFd socket, Connection::Who who, Connection::Origin origin) {
   auto connection =
-      std::make_unique<Connection>(loop_, std::move(socket), pid, origin, services_,
+      std::make_unique<Connection>(loop_, std::move(socket), std::move(who), origin, services_,
                                    [this](Connection* gone) { connections_.erase(gone); });
   connections_.emplace(connection.get(), std::move(connection));
 }

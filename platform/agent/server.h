@@ -26,7 +26,7 @@ class Server {
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);
-  void Add(ipc::UniqueFd socket, pid_t pid, Connection::Origin origin);
+  void Add(ipc::UniqueFd socket, Connection::Who who, Connection::Origin origin);
 
   sd_event* loop_;
   Services services_;

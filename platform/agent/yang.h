@@ -37,6 +37,11 @@ inline bool IsExplicit(const lyd_node& node) {
   return (node.flags & LYD_DEFAULT) == 0;
 }
 
+// lysc_is_key, which as a macro takes plain names only.
+inline bool IsKey(const lysc_node& schema) {
+  const lysc_node* node = &schema;
+  return lysc_is_key(node);
+}
 inline bool IsPresenceContainer(const lysc_node& schema) {
   return schema.nodetype == LYS_CONTAINER && (schema.flags & LYS_PRESENCE) != 0;
 }

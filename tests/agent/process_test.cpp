@@ -230,7 +230,7 @@ TEST(Process, SessionsThatCannotBeAreRefusedAtTheirFirstRead) {
   RunningAgent agent;
   Client client(agent, pb::ROLE_CDB_DATA);
   EXPECT_EQ(client.Level("east").errors(0).code(), CONFD_ERR_NOSESSION);
-  client.StartSession(CDB_OPERATIONAL, 0);
+  client.StartSession(7, 0);
   EXPECT_THAT(client.Level("east").errors(0).message(), HasSubstr("running"));
   client.EndSession();
   client.StartSession(CDB_RUNNING, 0);

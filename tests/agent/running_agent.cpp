@@ -69,17 +69,23 @@ Client::Client(const RunningAgent& agent, pb::Role role, const std::string& name
   Greet(role, name);
 }
 
+Client::Client(const RunningAgent& agent, std::uint64_t provider, const std::string& name)
+    : fd_(ipc::ConnectUnix(agent.Socket())) {
+  Greet(pb::ROLE_WORKER, name, provider);
+}
+
 Client::Client(std::uint16_t port, pb::Role role) : fd_(ConnectLoopback(port)) {
   Greet(role, "tester");
 }
 
-void Client::Greet(pb::Role role, const std::string& name) {
+void Client::Greet(pb::Role role, const std::string& name, std::uint64_t provider) {
   const timeval patience{.tv_sec = ::test::kPatience.count(), .tv_usec = 0};
   setsockopt(fd_.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
   pb::Hello hello;
   hello.set_version(1);
   hello.set_role(role);
   hello.set_name(name);
+  hello.set_provider(provider);
   ipc::SendFrame(fd_.Get(), hello);
   EXPECT_TRUE(ipc::ReceiveFrame(fd_.Get(), welcome_));
 }
@@ -106,6 +112,12 @@ pb::Notification Client::ReceiveNotification() {
   const pb::FromAgent message = ReceiveAny();
   EXPECT_TRUE(message.has_notification());
   return message.notification();
+}
+
+pb::ProviderRequest Client::ReceiveProviderRequest() {
+  const pb::FromAgent message = ReceiveAny();
+  EXPECT_TRUE(message.has_provider_request());
+  return message.provider_request();
 }
 
 pb::Reply Client::Call(const pb::Request& request) {
@@ -222,6 +234,19 @@ std::string Client::Show(pb::Datastore datastore) {
   request.mutable_get()->set_datastore(datastore);
   request.mutable_get()->set_format(pb::FORMAT_XML);
   return Call(request).document();
+}
+
+void Client::SendGet(const std::string& path, pb::Format format) {
+  pb::Request request;
+  request.mutable_get()->set_datastore(pb::DATASTORE_OPERATIONAL);
+  request.mutable_get()->set_path(path);
+  request.mutable_get()->set_format(format);
+  Send(request);
+}
+
+pb::Reply Client::Get(const std::string& path, pb::Format format) {
+  SendGet(path, format);
+  return Receive();
 }
 
 pb::Status Client::Status() {

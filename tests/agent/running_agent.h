@@ -44,6 +44,8 @@ class RunningAgent {
 class Client {
  public:
   Client(const RunningAgent& agent, pb::Role role, const std::string& name = "tester");
+  // The worker connection of a data provider.
+  Client(const RunningAgent& agent, std::uint64_t provider, const std::string& name);
   // An AF_INET one.
   Client(std::uint16_t port, pb::Role role);
 
@@ -54,6 +56,7 @@ class Client {
   void Send(const pb::Request& request);
   pb::Reply Receive();
   pb::Notification ReceiveNotification();
+  pb::ProviderRequest ReceiveProviderRequest();
   pb::Reply Call(const pb::Request& request);
   // The agent has closed the connection, after what it may have sent before.
   bool IsClosed();
@@ -82,9 +85,12 @@ class Client {
   pb::Reply DiffCandidate();
   std::string Show(pb::Datastore datastore = pb::DATASTORE_RUNNING);
   pb::Status Status();
+  void SendGet(const std::string& path, pb::Format format = pb::FORMAT_TREE);
+  // Of the operational datastore.
+  pb::Reply Get(const std::string& path, pb::Format format = pb::FORMAT_TREE);
 
  private:
-  void Greet(pb::Role role, const std::string& name);
+  void Greet(pb::Role role, const std::string& name, std::uint64_t provider = 0);
   pb::FromAgent ReceiveAny();
 
   ipc::UniqueFd fd_;

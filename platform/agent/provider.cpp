@@ -1,0 +1,271 @@
+#include "provider.h"
+
+#include <algorithm>
+
+#include "frame.h"
+#include "log.h"
+
+namespace agentd {
+namespace {
+
+// Requests on a worker connection that wait for an answer. The provider works
+// them one after the other in any case.
+constexpr std::size_t kWindow = 1;
+
+}  // namespace
+
+Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
+                   std::uint64_t& last_id, std::function<void()> on_hang)
+    : loop_(loop),
+      rules_(rules),
+      number_(number),
+      control_(&control),
+      name_(control.Name()),
+      pid_(control.Pid()),
+      last_id_(last_id),
+      on_hang_(std::move(on_hang)),
+      timer_(loop, [this] { OnTime(); }) {}
+
+Provider::~Provider() {
+  rules_.locks.Release(this);
+}
+
+std::string Provider::Describe() const {
+  return "data provider " + name_ + " (process " + std::to_string(pid_) + ")";
+}
+
+void Provider::Disconnected(const Peer& peer) {
+  alive_ = false;
+  control_ = control_ == &peer ? nullptr : control_;
+  worker_ = worker_ == &peer ? nullptr : worker_;
+}
+
+void Provider::Lose(const std::string& reason) {
+  alive_ = false;
+  timer_.Cancel();
+  rules_.locks.Release(this);
+  // Each call may forget others, so nothing is kept across it.
+  while (!requests_.empty()) {
+    const std::uint64_t id = requests_.begin()->first;
+    const Request request = Take(requests_.begin());
+    if (request.asker != nullptr) {
+      request.asker->OnMiss(id, Miss::kLost, reason);
+    }
+  }
+  while (!waiting_.empty()) {
+    Asker& asker = *waiting_.front().asker;
+    waiting_.pop_front();
+    asker.OnTurn(*this);
+  }
+  for (Peer** peer : {&worker_, &control_}) {
+    if (Peer* connected = std::exchange(*peer, nullptr)) {
+      connected->Drop(reason);
+    }
+  }
+}
+
+void Provider::Want(Asker& asker, const std::string& traversal) {
+  waiting_.push_back({&asker, traversal});
+  Pump();
+}
+
+void Provider::EndTraversal(const Asker& asker) {
+  std::erase_if(traversals_, [&](const auto& each) { return each.second == &asker; });
+}
+
+std::uint64_t Provider::Now() const {
+  std::uint64_t now = 0;
+  ipc::CheckEvent(sd_event_now(loop_, CLOCK_MONOTONIC, &now), "read the clock");
+  return now;
+}
+
+std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Request record) {
+  const std::uint64_t id = ++last_id_;
+  request.set_id(id);
+  cfm::agent::FromAgent message;
+  *message.mutable_provider_request() = std::move(request);
+  peer.Send(message);
+  record.deadline = Now() + static_cast<std::uint64_t>(rules_.timeout.count());
+  requests_.emplace(id, std::move(record));
+  Watch();
+  return id;
+}
+
+std::uint64_t Provider::Begin(Asker& asker, std::uint32_t thandle) {
+  cfm::agent::ProviderRequest request;
+  request.mutable_trans_init()->set_thandle(thandle);
+  return Send(*control_, std::move(request),
+              {.asker = &asker, .kind = Kind::kControl, .thandle = thandle, .subject = {}});
+}
+
+void Provider::End(std::uint32_t thandle) {
+  ending_.insert(thandle);
+  FinishTransaction(thandle);
+}
+
+// The two connections are read independently, so the end must not overtake a
+// question.
+void Provider::FinishTransaction(std::uint32_t thandle) {
+  if (asked_.contains(thandle) || ending_.erase(thandle) == 0 || !alive_) {
+    return;
+  }
+  cfm::agent::FromAgent message;
+  auto& request = *message.mutable_provider_request();
+  request.set_id(++last_id_);
+  request.mutable_trans_finish()->set_thandle(thandle);
+  control_->Send(message);  // its reply says nothing
+}
+
+std::uint64_t Provider::Ask(Asker& asker, cfm::agent::ProviderRequest request,
+                            std::uint32_t thandle, EntryPtr subject) {
+  if (in_window_++ == 0) {
+    rules_.locks.Take(this, "a read that waits for " + Describe());
+  }
+  if (thandle != 0) {
+    ++asked_[thandle];
+  }
+  return Send(*worker_, std::move(request),
+              {.asker = &asker, .thandle = thandle, .subject = std::move(subject)});
+}
+
+void Provider::LeaveWindow(const Request& request) {
+  if (request.kind != Kind::kWorker) {
+    return;
+  }
+  if (--in_window_ == 0) {
+    rules_.locks.Release(this);
+  }
+  const auto asked = asked_.find(request.thandle);
+  if (asked != asked_.end() && --asked->second == 0) {
+    asked_.erase(asked);
+    FinishTransaction(request.thandle);
+  }
+}
+
+Provider::Request Provider::Take(Requests::iterator found) {
+  Request request = std::move(found->second);
+  requests_.erase(found);
+  LeaveWindow(request);
+  return request;
+}
+
+void Provider::Forget(const Asker& asker) {
+  EndTraversal(asker);
+  std::erase_if(waiting_, [&](const Waiting& each) { return each.asker == &asker; });
+  std::erase_if(requests_, [&](const auto& each) {
+    return each.second.asker == &asker && each.second.kind == Kind::kDelayed;
+  });
+  // The provider is still at work on the others: they keep their place.
+  for (auto& [id, request] : requests_) {
+    if (request.asker == &asker) {
+      request.asker = nullptr;
+    }
+  }
+  Pump();
+}
+
+void Provider::Delayed(std::uint64_t id, Request& request) {
+  LeaveWindow(request);
+  request.kind = Kind::kDelayed;
+  if (Asker* asker = request.asker) {
+    asker->OnDelayed(id);
+  } else {
+    requests_.erase(id);
+  }
+}
+
+void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
+  if (reply.id() == 0 || reply.id() > last_id_) {
+    throw ipc::ProtocolError("a reply to a request that was not made");
+  }
+  const auto found = requests_.find(reply.id());
+  if (found == requests_.end()) {
+    return;  // withdrawn or given up
+  }
+  if (reply.result() == cfm::agent::ProviderReply::DELAYED) {
+    if (found->second.kind != Kind::kWorker) {
+      throw ipc::ProtocolError("a delay of what cannot be delayed");
+    }
+    Delayed(found->first, found->second);
+  } else if (Asker* asker = Take(found).asker) {
+    asker->OnAnswer(reply.id(), reply);
+  }
+  Pump();
+}
+
+bool Provider::MayTurn(const Waiting& waiting) const {
+  const auto held = traversals_.find(waiting.traversal);
+  return held == traversals_.end() || held->second == waiting.asker;
+}
+
+void Provider::Pump() {
+  if (pumping_) {
+    return;
+  }
+  pumping_ = true;
+  while (alive_ && worker_ != nullptr && in_window_ < kWindow && !rules_.on_hold()) {
+    const auto next = std::find_if(waiting_.begin(), waiting_.end(),
+                                   [this](const Waiting& each) { return MayTurn(each); });
+    if (next == waiting_.end()) {
+      break;
+    }
+    const Waiting turn = *next;
+    waiting_.erase(next);
+    if (!turn.traversal.empty()) {
+      traversals_[turn.traversal] = turn.asker;
+    }
+    turn.asker->OnTurn(*this);
+  }
+  pumping_ = false;
+}
+
+void Provider::EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& withdrawn) {
+  std::vector<std::uint64_t> ids;
+  for (const auto& [id, request] : requests_) {
+    if (request.subject == entry) {
+      ids.push_back(id);
+    }
+  }
+  for (const std::uint64_t id : ids) {
+    const auto found = requests_.find(id);
+    if (found == requests_.end()) {
+      continue;  // the call for another one ended its asker
+    }
+    const Request request = Take(found);
+    if (request.kind == Kind::kWorker) {
+      withdrawn.push_back(id);
+    }
+    if (request.asker != nullptr) {
+      request.asker->OnMiss(id, Miss::kEntryGone, "the entry is gone");
+    }
+  }
+  Pump();
+}
+
+// One timer for the oldest request: all have the same time.
+void Provider::Watch() {
+  if (!watching_ && !requests_.empty()) {
+    watching_ = true;
+    const std::uint64_t now = Now();
+    const std::uint64_t deadline = requests_.begin()->second.deadline;
+    timer_.Set(std::chrono::microseconds(deadline > now ? deadline - now : 0));
+  }
+}
+
+void Provider::OnTime() {
+  watching_ = false;
+  const std::uint64_t now = Now();
+  while (!requests_.empty() && requests_.begin()->second.deadline <= now) {
+    if (requests_.begin()->second.kind != Kind::kDelayed) {
+      on_hang_();
+      return;
+    }
+    const std::uint64_t id = requests_.begin()->first;
+    Asker* asker = Take(requests_.begin()).asker;
+    asker->OnMiss(id, Miss::kTimeout, Describe() + " did not answer in time");
+  }
+  Pump();
+  Watch();
+}
+
+}  // namespace agentd

@@ -1,0 +1,151 @@
+// One data provider: a program that computes leaves and performs operations.
+// It has a control connection, on which transactions begin and end, and a
+// worker connection, on which it is asked.
+//
+// Whoever asks waits for its turn. No more than a window of requests is on the
+// worker connection at a time, but for those whose reply the provider delays;
+// while a commit is in work none is sent, and a commit waits for those in the
+// window: what the provider reads of the configuration to answer is what the
+// question was made from.
+#ifndef AGENT_PROVIDER_H
+#define AGENT_PROVIDER_H
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <list>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "lock_table.h"
+#include "operational_store.h"
+#include "role.h"
+#include "timer.h"
+
+namespace agentd {
+
+class Provider;
+
+// Why a request has no reply.
+enum class Miss {
+  kTimeout,    // the reply was delayed and did not come in time
+  kLost,       // the provider is gone
+  kEntryGone,  // the entry that it was about is deleted
+};
+
+// Who asks. A call may end the asker's life.
+class Asker {
+ public:
+  virtual ~Asker() = default;
+  // It may ask one thing now, or let its turn pass.
+  virtual void OnTurn(Provider& provider) = 0;
+  virtual void OnAnswer(std::uint64_t id, const cfm::agent::ProviderReply& reply) = 0;
+  // The reply comes later.
+  virtual void OnDelayed(std::uint64_t id) = 0;
+  virtual void OnMiss(std::uint64_t id, Miss miss, const std::string& why) = 0;
+};
+
+// What all providers share.
+struct ProviderRules {
+  LockTable& locks;
+  std::chrono::microseconds timeout;
+  std::function<bool()> on_hold;  // a commit is in work
+};
+
+class Provider {
+ public:
+  // `last_id` numbers the requests to all providers. `on_hang` is called when
+  // it does not answer in time.
+  Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
+           std::uint64_t& last_id, std::function<void()> on_hang);
+  ~Provider();
+
+  std::uint64_t Number() const { return number_; }
+  const std::string& Name() const { return name_; }
+  pid_t Pid() const { return pid_; }
+  std::string Describe() const;  // "data provider cfm-app (process 42)"
+
+  bool HasWorker() const { return worker_ != nullptr; }
+  void SetWorker(Peer& worker) { worker_ = &worker; }
+  // The connection is no more; nothing is sent from now on.
+  void Disconnected(const Peer& peer);
+  bool IsAlive() const { return alive_; }
+  // What `reason` says; the connections are closed and all that is asked is
+  // missed. Not from inside Role::Handle.
+  void Lose(const std::string& reason);
+
+  // The asker gets a turn, perhaps before the call returns. A traversal of a
+  // callpoint's leaf-list has to have it for itself, from that turn to
+  // EndTraversal: providers keep one state for all traversals.
+  void Want(Asker& asker, const std::string& traversal = {});
+  void EndTraversal(const Asker& asker);
+  // Begins a transaction: its reply comes as an answer.
+  std::uint64_t Begin(Asker& asker, std::uint32_t thandle);
+  // Ends it as soon as what it asked on the worker connection is answered.
+  void End(std::uint32_t thandle);
+  // On the worker connection, in a turn. `subject` is the entry that it is
+  // about, if any; `thandle` 0 is no transaction.
+  std::uint64_t Ask(Asker& asker, cfm::agent::ProviderRequest request, std::uint32_t thandle,
+                    EntryPtr subject);
+  // The asker wants nothing any more.
+  void Forget(const Asker& asker);
+
+  void OnReply(const cfm::agent::ProviderReply& reply);
+  // Gives turns as far as the window allows.
+  void Pump();
+  // Drops what is asked about an entry that was deleted. Adds the ids of
+  // requests that are not answered yet.
+  void EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& withdrawn);
+
+ private:
+  enum class Kind { kControl, kWorker, kDelayed };
+  struct Request {
+    Asker* asker = nullptr;  // null: nobody wants the answer any more
+    Kind kind = Kind::kWorker;
+    std::uint32_t thandle = 0;
+    EntryPtr subject;
+    std::uint64_t deadline = 0;  // monotonic, in microseconds
+  };
+  using Requests = std::map<std::uint64_t, Request>;
+  struct Waiting {
+    Asker* asker = nullptr;
+    std::string traversal;
+  };
+
+  std::uint64_t Send(Peer& peer, cfm::agent::ProviderRequest request, Request record);
+  Request Take(Requests::iterator request);
+  void LeaveWindow(const Request& request);
+  void Delayed(std::uint64_t id, Request& request);
+  void FinishTransaction(std::uint32_t thandle);
+  bool MayTurn(const Waiting& waiting) const;
+  std::uint64_t Now() const;
+  void Watch();
+  void OnTime();
+
+  sd_event* loop_;
+  ProviderRules rules_;
+  std::uint64_t number_;
+  Peer* control_;
+  Peer* worker_ = nullptr;
+  std::string name_;
+  pid_t pid_;
+  std::uint64_t& last_id_;
+  std::function<void()> on_hang_;
+  bool alive_ = true;
+  bool pumping_ = false;
+
+  Requests requests_;  // in the order of their sending
+  std::size_t in_window_ = 0;
+  std::list<Waiting> waiting_;
+  std::map<std::string, const Asker*> traversals_;
+  std::map<std::uint32_t, std::size_t> asked_;  // in the window, by transaction
+  std::set<std::uint32_t> ending_;              // transactions to be finished
+  bool watching_ = false;
+  Timer timer_;
+};
+
+}  // namespace agentd
+
+#endif

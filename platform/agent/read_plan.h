@@ -1,0 +1,50 @@
+// What a read of operational data has to ask the providers: leaf after leaf of
+// entry after entry.
+#ifndef AGENT_READ_PLAN_H
+#define AGENT_READ_PLAN_H
+
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "operational_store.h"
+#include "operational_tree.h"
+
+namespace agentd {
+
+class ReadPlan {
+ public:
+  // One entry and what was computed for it so far.
+  struct Target {
+    EntryPtr entry;
+    const std::vector<const ComputedLeaf*>* leaves = nullptr;
+    ComputedValues values{};
+  };
+  // One leaf of one entry.
+  struct Question {
+    std::size_t target = 0;
+    const ComputedLeaf* leaf = nullptr;
+  };
+
+  // The entries at and below the path and of their leaves those that are at or
+  // below it.
+  ReadPlan(const OperationalNode& top, const ProviderModel& providers, const InstancePath& path);
+
+  // The question at hand; nothing at the end.
+  std::optional<Question> Front();
+  void Pop() { ++leaf_; }
+
+  Target& At(const Question& question) { return targets_[question.target]; }
+  const std::vector<Target>& Targets() const { return targets_; }
+  std::string PathOf(const Question& question) const;
+
+ private:
+  std::map<const lysc_node*, std::vector<const ComputedLeaf*>> leaves_;  // by list
+  std::vector<Target> targets_;
+  std::size_t target_ = 0;
+  std::size_t leaf_ = 0;
+};
+
+}  // namespace agentd
+
+#endif
