@@ -6,6 +6,7 @@
 #include <velmidware_loop.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <string>
 #include <utility>
@@ -16,7 +17,9 @@
 #include "manager_connection.h"
 #include "node_name.h"
 #include "paths.h"
-#include "statistics_answers.h"
+#include "statistics_requests.h"
+#include "status_codec.h"
+#include "status_relay.h"
 
 namespace cfm {
 namespace {
@@ -63,20 +66,35 @@ class Client::Impl {
 
   int ApplyConfiguration(const Hierarchy& domains) noexcept;
   int RequestStatistics() noexcept;
+  int ClearStatistics(const char* md, const char* ma, unsigned short mep) noexcept;
 
  private:
   ManagerConnection::Handlers ConnectionHandlers();
   void OnMessage(const manager::FromManager& message);
+  void OnApplied(const manager::Applied& applied);
+  void OnLocalStatus(const manager::LocalStatus& message);
+  void OnRemoteStatus(const manager::RemoteStatus& message);
+  void OnRemoved(const manager::MepName& message);
+  void OnLocalStatistics(const manager::LocalStatistics& message);
+  void OnRemoteStatistics(const manager::RemoteStatistics& message);
+  void OnStatisticsFinished(std::uint64_t number);
   void OnAgentState(velmw::AgentState state) noexcept;
+  void OnAgentBack();
+  void OnLost() noexcept;
   void Invalidate() noexcept;
   template <typename Call>
   void Notify(Call call) noexcept;
+  // Runs a request of the user; what goes wrong with it is for the log.
+  template <typename Step>
+  int Guarded(const char* what, Step step) noexcept;
   void Fail(const std::string& reason) noexcept;
 
   velmw_t* middleware_;
   ReceivedInformationHandler* receiver_;
   LogCategory log_{"cfm_mgr_client"};
-  StatisticsAnswers statistics_;
+  bool connected_ = false;
+  StatisticsRequests requests_;
+  StatusRelay relay_;
   ConfigurationQueue configurations_;
   ManagerConnection connection_;
   AgentStateListener agent_state_;
@@ -85,44 +103,148 @@ class Client::Impl {
 Client::Impl::Impl(velmw_t* middleware, ReceivedInformationHandler* receiver)
     : middleware_(middleware),
       receiver_(receiver),
-      statistics_(velmw::EventLoop(middleware),
-                  [this] { Notify([this] { receiver_->HandleStatisticsFinished(); }); }),
+      requests_(velmw::EventLoop(middleware),
+                [this] { Notify([this] { receiver_->HandleStatisticsFinished(); }); }),
+      relay_(requests_),
       configurations_([this](const manager::FromClient& message) { connection_.Send(message); }),
       connection_(velmw::EventLoop(middleware), ipc::ManagerSocket(), log_, ConnectionHandlers()),
       agent_state_(middleware, [this](velmw::AgentState state) { OnAgentState(state); }) {
   receiver_->HandleStatusInvalidated();
 }
 
+// From the manager -----------------------------------------------------------
+
 ManagerConnection::Handlers Client::Impl::ConnectionHandlers() {
-  return {.on_welcome = [this] { configurations_.Connected(); },
-          .on_message = [this](const manager::FromManager& message) { OnMessage(message); },
-          .on_lost =
+  return {.on_welcome =
               [this] {
-                configurations_.Disconnected();
-                Invalidate();
+                requests_.CompleteNow();  // those that nobody was there for
+                relay_.ManagerFound();
+                connected_ = true;
+                configurations_.Connected();
               },
+          .on_message = [this](const manager::FromManager& message) { OnMessage(message); },
+          .on_lost = [this] { OnLost(); },
           .on_failure = [this](const std::string& reason) { Fail(reason); }};
 }
 
 void Client::Impl::OnMessage(const manager::FromManager& message) {
-  if (!message.has_applied()) {
-    throw ipc::ProtocolError("a message that is not for a configuring client");
+  switch (message.message_case()) {
+    case manager::FromManager::kApplied:
+      return OnApplied(message.applied());
+    case manager::FromManager::kLocalStatus:
+      return OnLocalStatus(message.local_status());
+    case manager::FromManager::kRemoteStatus:
+      return OnRemoteStatus(message.remote_status());
+    case manager::FromManager::kRemoved:
+      return OnRemoved(message.removed());
+    case manager::FromManager::kLocalStatistics:
+      return OnLocalStatistics(message.local_statistics());
+    case manager::FromManager::kRemoteStatistics:
+      return OnRemoteStatistics(message.remote_statistics());
+    case manager::FromManager::kStatisticsFinished:
+      return OnStatisticsFinished(message.statistics_finished().number());
+    case manager::FromManager::kResendStarts:
+      return relay_.ResendStarts(message.resend_starts().number());
+    case manager::FromManager::kConfiguration:
+    case manager::FromManager::MESSAGE_NOT_SET:
+      break;
   }
-  if (message.applied().warnings_size() > 0) {
-    log_.Warning(WarningText(message.applied()));
-  }
-  configurations_.Applied(message.applied().number());
+  throw ipc::ProtocolError("a message that is not for a configuring client");
 }
 
-// What was published before cannot be relied on when the agent comes back.
+void Client::Impl::OnApplied(const manager::Applied& applied) {
+  if (applied.warnings_size() > 0) {
+    log_.Warning(WarningText(applied));
+  }
+  configurations_.Applied(applied.number());
+}
+
+void Client::Impl::OnLocalStatus(const manager::LocalStatus& message) {
+  relay_.Status([this, status = Decode(message)] {
+    Notify([&] {
+      receiver_->HandleStatusLocalMep(status.name.md, status.name.ma, status.name.mep,
+                                      status.record);
+    });
+  });
+}
+
+void Client::Impl::OnRemoteStatus(const manager::RemoteStatus& message) {
+  relay_.Status([this, status = Decode(message)] {
+    Notify([&] {
+      receiver_->HandleStatusRemoteMep(status.name.md, status.name.ma, status.name.mep,
+                                       status.name.remote, status.record);
+    });
+  });
+}
+
+void Client::Impl::OnRemoved(const manager::MepName& message) {
+  relay_.Removal([this, name = DecodeName(message)] {
+    Notify([&] {
+      if (name.remote == 0) {
+        receiver_->HandleRemovedLocalMep(name.md, name.ma, name.mep);
+      } else {
+        receiver_->HandleRemovedRemoteMep(name.md, name.ma, name.mep, name.remote);
+      }
+    });
+  });
+}
+
+void Client::Impl::OnLocalStatistics(const manager::LocalStatistics& message) {
+  const Named<st_lmep_stats> statistics = Decode(message);
+  Notify([&] {
+    receiver_->HandleStatisticsLocalMep(statistics.name.md, statistics.name.ma, statistics.name.mep,
+                                        statistics.record);
+  });
+}
+
+void Client::Impl::OnRemoteStatistics(const manager::RemoteStatistics& message) {
+  const Named<st_rmep_stats> statistics = Decode(message);
+  Notify([&] {
+    receiver_->HandleStatisticsRemoteMep(statistics.name.md, statistics.name.ma,
+                                         statistics.name.mep, statistics.name.remote,
+                                         statistics.record);
+  });
+}
+
+void Client::Impl::OnStatisticsFinished(std::uint64_t number) {
+  requests_.Answered(number);
+  relay_.Proceed();
+}
+
+void Client::Impl::OnLost() noexcept {
+  connected_ = false;
+  configurations_.Disconnected();
+  relay_.ManagerLost();
+  Invalidate();
+}
+
+// From the agent -------------------------------------------------------------
+
 void Client::Impl::OnAgentState(velmw::AgentState state) noexcept {
-  if (state == velmw::AgentState::kUp) {
-    Invalidate();
+  try {
+    if (state == velmw::AgentState::kUp) {
+      OnAgentBack();
+    } else {
+      relay_.AgentWentAway();
+    }
+  } catch (const std::exception& error) {
+    Fail(std::string("cannot have all status sent again: ") + error.what());
   }
 }
+
+// What was published before cannot be relied on.
+void Client::Impl::OnAgentBack() {
+  const std::uint64_t number = relay_.AgentCameBack();
+  Invalidate();
+  manager::FromClient message;
+  message.mutable_resend_status()->set_number(number);
+  connection_.Send(message);
+}
+
+// To the receiver ------------------------------------------------------------
 
 void Client::Impl::Invalidate() noexcept {
-  statistics_.CompleteNow();
+  requests_.CompleteNow();
   Notify([this] { receiver_->HandleStatusInvalidated(); });
 }
 
@@ -141,24 +263,51 @@ void Client::Impl::Fail(const std::string& reason) noexcept {
   velmw::EndLoopWithError(middleware_, reason.c_str());
 }
 
-int Client::Impl::ApplyConfiguration(const Hierarchy& domains) noexcept {
+// Requests -------------------------------------------------------------------
+
+template <typename Step>
+int Client::Impl::Guarded(const char* what, Step step) noexcept {
   try {
-    configurations_.Put(domains);
+    step();
     return 0;
   } catch (const std::exception& error) {
-    log_.Error(std::string("cannot hand the configuration to the CFM manager: ") + error.what());
+    log_.Error(fmt::format("cannot {}: {}", what, error.what()));
     return -1;
   }
 }
 
+int Client::Impl::ApplyConfiguration(const Hierarchy& domains) noexcept {
+  return Guarded("hand the configuration to the CFM manager",
+                 [&] { configurations_.Put(domains); });
+}
+
 int Client::Impl::RequestStatistics() noexcept {
-  try {
-    statistics_.Request();
-    return 0;
-  } catch (const std::exception& error) {
-    log_.Error(std::string("cannot ask for statistics: ") + error.what());
-    return -1;
-  }
+  return Guarded("ask for statistics", [this] {
+    const std::uint64_t number = requests_.Request();
+    if (connected_) {
+      manager::FromClient message;
+      message.mutable_request_statistics()->set_number(number);
+      connection_.Send(message);
+    } else {
+      requests_.CompleteSoon();
+    }
+  });
+}
+
+// Without a manager there are no counters.
+int Client::Impl::ClearStatistics(const char* md, const char* ma, unsigned short mep) noexcept {
+  return Guarded("clear statistics", [&] {
+    manager::FromClient message;
+    manager::ClearStatistics& clear = *message.mutable_clear_statistics();
+    if (md != nullptr) {
+      clear.set_md(md);
+    }
+    if (ma != nullptr) {
+      clear.set_ma(ma);
+    }
+    clear.set_mep(mep);
+    connection_.Send(message);
+  });
 }
 
 Client::Client(velmw_t* middleware, ReceivedInformationHandler* receiver)
@@ -174,9 +323,8 @@ int Client::RequestStatistics() {
   return impl_->RequestStatistics();
 }
 
-// The manager counts nothing that could be cleared.
-int Client::ClearStatistics(const char* /*md*/, const char* /*ma*/, unsigned short /*mep*/) {
-  return -1;
+int Client::ClearStatistics(const char* md, const char* ma, unsigned short mep) {
+  return impl_->ClearStatistics(md, ma, mep);
 }
 
 }  // namespace cfm

@@ -1,23 +1,16 @@
-// The client in the middleware's own loop, against a manager that the test
-// plays in the same loop.
+// The client and its connection: who is there, and which configuration goes to
+// it.
 #include "cfm/client.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <velmidware_loop.h>
 
-#include <functional>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "client_fixture.h"
 #include "hierarchy_codec.h"
-#include "process.h"
-#include "random_hierarchy.h"
-#include "scripted_manager.h"
-#include "temporary_directory.h"
 
 namespace {
 
@@ -25,103 +18,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class RecordingReceiver : public cfm::ReceivedInformationHandler {
- public:
-  std::vector<std::string> calls;
-  std::function<void()> on_call = [] {};
-
-  void HandleStatusLocalMep(std::string, std::string, unsigned short,
-                            const cfm::st_lmep_status&) override {
-    Record("local status");
-  }
-  void HandleStatusRemoteMep(std::string, std::string, unsigned short, unsigned short,
-                             const cfm::st_rmep_status&) override {
-    Record("remote status");
-  }
-  void HandleStatisticsLocalMep(std::string, std::string, unsigned short,
-                                const cfm::st_lmep_stats&) override {
-    Record("local statistics");
-  }
-  void HandleStatisticsRemoteMep(std::string, std::string, unsigned short, unsigned short,
-                                 const cfm::st_rmep_stats&) override {
-    Record("remote statistics");
-  }
-  void HandleStatisticsFinished() override { Record("finished"); }
-  void HandleRemovedLocalMep(std::string, std::string, unsigned short) override {
-    Record("local removed");
-  }
-  void HandleRemovedRemoteMep(std::string, std::string, unsigned short, unsigned short) override {
-    Record("remote removed");
-  }
-  void HandleStatusInvalidated() override { Record("invalidated"); }
-
- private:
-  void Record(const char* call) {
-    calls.emplace_back(call);
-    on_call();
-  }
-};
-
-class ClientTest : public testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_EQ(setenv("CFM_RUNTIME_DIR", directory_.Path().c_str(), 1), 0);
-    ASSERT_EQ(setenv("CFM_LOG", "stderr", 1), 0);
-    middleware_ = velmw_init("client-test");
-  }
-  void TearDown() override {
-    client_.reset();
-    manager_.reset();
-    velmw_finish(&middleware_);
-  }
-
-  sd_event* Loop() { return velmw::EventLoop(middleware_); }
-  void StartManager() { manager_ = std::make_unique<test::ScriptedManager>(Loop()); }
-  void StartClient() {
-    client_ = std::make_unique<cfm::Client>(middleware_, &receiver_);
-    receiver_.calls.clear();
-  }
-  void ConnectBoth() {
-    StartManager();
-    StartClient();
-    Apply("first");
-    ASSERT_TRUE(Await([&] { return manager_->Configurations().size() == 1; }));
-    Settle();
-  }
-  int Apply(const std::string& md) {
-    return client_->ApplyConfiguration(test::RegularHierarchy(md, 1, 1));
-  }
-
-  // Dispatches events until the condition holds. False when patience runs out.
-  bool Await(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + test::kPatience;
-    while (!condition()) {
-      if (std::chrono::steady_clock::now() > deadline) {
-        return false;
-      }
-      sd_event_run(Loop(), 1'000'000);
-    }
-    return true;
-  }
-  // Dispatches what is ready now.
-  void Settle() {
-    while (sd_event_run(Loop(), 0) > 0) {
-    }
-  }
-  std::vector<std::string> ReceivedMds() const {
-    std::vector<std::string> names;
-    for (const auto& configuration : manager_->Configurations()) {
-      names.push_back(configuration.mds_size() > 0 ? configuration.mds(0).name() : "none");
-    }
-    return names;
-  }
-
-  test::TemporaryDirectory directory_;
-  velmw_t* middleware_ = nullptr;
-  RecordingReceiver receiver_;
-  std::unique_ptr<test::ScriptedManager> manager_;
-  std::unique_ptr<cfm::Client> client_;
-};
+using ClientTest = test::ClientFixture;
 
 TEST_F(ClientTest, InvalidatesStatusWhenItIsConstructed) {
   const cfm::Client client(middleware_, &receiver_);
@@ -297,44 +194,6 @@ TEST_F(ClientTest, GoesOnAfterWarnings) {
   Apply("b");
   ASSERT_TRUE(Await([&] { return manager_->Configurations().size() == 2; }));
   EXPECT_EQ(manager_->Connections(), 1);
-}
-
-TEST_F(ClientTest, CompletesEachStatisticsRequestOnceAndFromTheLoop) {
-  StartClient();
-  client_->RequestStatistics();
-  client_->RequestStatistics();
-  EXPECT_THAT(receiver_.calls, IsEmpty());
-  Settle();
-  EXPECT_THAT(receiver_.calls, ElementsAre("finished", "finished"));
-}
-
-TEST_F(ClientTest, CompletesARequestThatIsMadeWhileAnotherIsCompleted) {
-  StartClient();
-  receiver_.on_call = [this] {
-    if (receiver_.calls.size() == 1) {
-      client_->RequestStatistics();
-      EXPECT_THAT(receiver_.calls, SizeIs(1));
-    }
-  };
-  client_->RequestStatistics();
-  Settle();
-  EXPECT_THAT(receiver_.calls, ElementsAre("finished", "finished"));
-}
-
-TEST_F(ClientTest, InvalidatesStatusWhenTheAgentIsBackButFirstCompletesStatistics) {
-  StartClient();
-  client_->RequestStatistics();
-  velmw::AnnounceAgentState(middleware_, velmw::AgentState::kDown);
-  EXPECT_THAT(receiver_.calls, IsEmpty());
-  velmw::AnnounceAgentState(middleware_, velmw::AgentState::kUp);
-  EXPECT_THAT(receiver_.calls, ElementsAre("finished", "invalidated"));
-  Settle();
-  EXPECT_THAT(receiver_.calls, SizeIs(2));
-}
-
-TEST_F(ClientTest, HasNoStatisticsToClear) {
-  StartClient();
-  EXPECT_EQ(client_->ClearStatistics(nullptr, nullptr, 0), -1);
 }
 
 TEST_F(ClientTest, EndsTheLoopWithAnErrorWhenANotificationCannotBeWorked) {

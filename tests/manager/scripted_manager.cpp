@@ -26,7 +26,7 @@ void ScriptedManager::Accept(ipc::UniqueFd socket) {
 
 void ScriptedManager::OnFrame(std::string_view payload) {
   if (hello_) {
-    OnConfiguration(payload);
+    OnMessage(payload);
   } else {
     OnHello(payload);
   }
@@ -43,9 +43,13 @@ void ScriptedManager::OnHello(std::string_view payload) {
   }
 }
 
-void ScriptedManager::OnConfiguration(std::string_view payload) {
+void ScriptedManager::OnMessage(std::string_view payload) {
   cfm::manager::FromClient message;
   ipc::ParsePayload(payload, message);
+  if (!message.has_configuration()) {
+    requests_.push_back(message);
+    return;
+  }
   configurations_.push_back(message.configuration());
   if (answers_configurations) {
     Answer(message.configuration().number());

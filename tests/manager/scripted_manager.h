@@ -30,6 +30,7 @@ class ScriptedManager {
   std::vector<std::string> warnings;
 
   void Answer(std::uint64_t number);
+  void Send(const cfm::manager::FromManager& message) { channel_->Send(message); }
   void SetReading(bool reading) { channel_->SetReading(reading); }
   // Sends bytes that nobody checks.
   void SendBytes(std::string_view bytes);
@@ -40,17 +41,19 @@ class ScriptedManager {
   const std::optional<cfm::manager::Hello>& Hello() const { return hello_; }
   // All that came, on any connection.
   const std::vector<cfm::manager::Configuration>& Configurations() const { return configurations_; }
+  const std::vector<cfm::manager::FromClient>& Requests() const { return requests_; }
 
  private:
   void Accept(ipc::UniqueFd socket);
   void OnFrame(std::string_view payload);
   void OnHello(std::string_view payload);
-  void OnConfiguration(std::string_view payload);
+  void OnMessage(std::string_view payload);
 
   sd_event* loop_;
   int connections_ = 0;
   std::optional<cfm::manager::Hello> hello_;  // of this connection
   std::vector<cfm::manager::Configuration> configurations_;
+  std::vector<cfm::manager::FromClient> requests_;  // all other messages
   std::unique_ptr<ipc::Channel> channel_;
   ipc::Listener listener_;
 };
