@@ -9,9 +9,14 @@ ElementInterfaces::ElementInterfaces(std::filesystem::path table, const LogCateg
   Now();  // so that operators read of a bad table at the start
 }
 
-InterfaceExists ElementInterfaces::Now() {
+const elem::InterfaceTable* ElementInterfaces::Table() {
   const elem::InterfaceTable* table = file_.Get(path_);
   Report(file_.Problem());
+  return table;
+}
+
+InterfaceExists ElementInterfaces::Now() {
+  const elem::InterfaceTable* table = Table();
   return
       [table](std::uint32_t id) { return table != nullptr && table->FindByLimid(id) != nullptr; };
 }

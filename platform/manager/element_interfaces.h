@@ -20,6 +20,8 @@ class ElementInterfaces {
   // The interfaces as the table has them now. What comes back is good until
   // the next call.
   InterfaceExists Now();
+  // The same as a table; null when it cannot be used.
+  const elem::InterfaceTable* Table();
 
  private:
   void Report(const std::string& problem);

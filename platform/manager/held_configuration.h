@@ -25,6 +25,10 @@ class HeldConfiguration {
   // Puts another configuration in force, also one with warnings. Returns what
   // that changed.
   HierarchyChanges Replace(std::uint64_t number, Hierarchy hierarchy);
+  // What else cannot be used of the configuration in force.
+  void AddWarnings(const std::vector<std::string>& warnings) {
+    warnings_.insert(warnings_.end(), warnings.begin(), warnings.end());
+  }
 
   std::uint64_t Number() const { return number_; }  // 0: none was given yet
   const Hierarchy& Get() const { return hierarchy_; }

@@ -1,10 +1,12 @@
-// cfm-managerd: keeps the element's CFM configuration.
+// cfm-managerd: runs the continuity check of the element's CFM configuration on
+// the element's ports.
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <exception>
 
+#include "continuity_check.h"
 #include "element_interfaces.h"
 #include "event_loop.h"
 #include "held_configuration.h"
@@ -12,6 +14,7 @@
 #include "log_category.h"
 #include "options.h"
 #include "paths.h"
+#include "port_factory.h"
 #include "server.h"
 
 namespace {
@@ -22,8 +25,11 @@ void Serve(const cfm::Options& options) {
   cfm::EventLoop loop;
   cfm::ElementInterfaces interfaces(options.interface_table, log);
   cfm::HeldConfiguration held([&interfaces] { return interfaces.Now(); });
+  cfm::PortFactory factory(loop.Get(), options.runtime_directory, log);
+  cfm::ContinuityCheck check(
+      loop.Get(), factory, [&interfaces] { return interfaces.Table(); }, log);
   const cfm::Server server(loop.Get(), options.runtime_directory / ipc::ManagerSocket().filename(),
-                           {.uid = geteuid(), .gid = getegid()}, held, log);
+                           {.uid = geteuid(), .gid = getegid()}, held, check, log);
   loop.Run();
 }
 

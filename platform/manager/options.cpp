@@ -9,7 +9,8 @@ namespace {
 
 constexpr const char* kDescription =
     "CFM manager: takes the IEEE 802.1Q connectivity fault management configuration of the "
-    "element from cfm-app and keeps it.";
+    "element from cfm-app, runs the continuity check on the element's ports, and tells cfm-app "
+    "what it finds.";
 
 constexpr const char* kExamples = R"(Examples:
   cfm-managerd
@@ -17,6 +18,12 @@ constexpr const char* kExamples = R"(Examples:
   cfm-managerd --runtime-dir /tmp/east --interfaces /tmp/east/interfaces
       serve a second element beside it; start its other processes with
       CFM_RUNTIME_DIR=/tmp/east and CFM_INTERFACES=/tmp/east/interfaces
+
+Ports: one for each line of the interface table. A line `eth0 1 linux` is the
+Linux interface eth0, which needs the capability CAP_NET_RAW. A line
+`w0 2 wire /tmp/w` is a virtual wire: two elements of this machine whose tables
+name the same path are connected by it. A file of the wire's name with .cut at
+its end (touch /tmp/w.cut) cuts the wire until it is removed.
 
 Environment: CFM_RUNTIME_DIR and CFM_INTERFACES stand for the options that are
 not given; CFM_LOG=journal|stderr chooses where the log goes.)";

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <limits>
 #include <utility>
 
 #include "frame.h"
@@ -43,15 +44,22 @@ void TurnAway(int socket, const std::string& reason) {
 }  // namespace
 
 Server::Server(sd_event* loop, const std::filesystem::path& socket, const Owner& owner,
-               HeldConfiguration& held, const LogCategory& log)
+               HeldConfiguration& held, ContinuityCheck& check, const LogCategory& log)
     : loop_(loop),
       owner_(owner),
       held_(held),
+      check_(check),
       log_(log),
       listener_(loop, socket, SD_EVENT_PRIORITY_NORMAL,
                 [this](ipc::UniqueFd connection, const ipc::Peer& peer) {
                   Accept(std::move(connection), peer);
-                }) {}
+                }) {
+  check_.SetListener([this](const engine::Effect& effect) { Report(effect); });
+}
+
+Server::~Server() {
+  check_.SetListener([](const engine::Effect&) {});
+}
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
   if (!MayConnect(peer, owner_)) {
@@ -71,10 +79,9 @@ void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
 Session::Handlers Server::SessionHandlers() {
   return {
       .on_welcome = [this](Session& session) { Welcome(session); },
-      .on_configuration =
-          [this](Session& session, const manager::Configuration& configuration) {
-            Apply(session, configuration);
-          },
+      .on_message = [this](Session& session,
+                           const manager::FromClient& message) { Work(session, message); },
+      .on_drained = [this](Session& session) { Drained(session); },
       .on_end = [this](Session& session, const std::string& reason) { End(session, reason); },
   };
 }
@@ -96,19 +103,80 @@ void Server::TakeOver(Session& session) {
     log_.Info(session.Text() + " configures from now on");
   }
   configurer_ = &session;
+  feed_.emplace(Outbox::Line{
+      .send = [&session](const manager::FromManager& message) { session.Send(message); },
+      .is_full = [&session] { return session.IsBackedUp(); }});
+}
+
+void Server::Work(Session& session, const manager::FromClient& message) {
+  switch (message.message_case()) {
+    case manager::FromClient::kConfiguration:
+      Apply(session, message.configuration());
+      break;
+    case manager::FromClient::kRequestStatistics:
+      feed_->SendStatistics(message.request_statistics().number(), check_.Statistics());
+      break;
+    case manager::FromClient::kClearStatistics:
+      Clear(message.clear_statistics());
+      break;
+    case manager::FromClient::kResendStatus:
+      Resend(message.resend_status().number());
+      break;
+    case manager::FromClient::MESSAGE_NOT_SET:
+      break;  // no session passes it on
+  }
+  PaceConfigurer();
 }
 
 void Server::Apply(Session& session, const manager::Configuration& configuration) {
   const HierarchyChanges changes =
       held_.Replace(configuration.number(), DecodeHierarchy(configuration));
+  held_.AddWarnings(check_.Apply(held_.Get()));
   log_.Info(fmt::format("{} of {}", AppliedText(held_, changes), session.Text()));
-  session.Send(AppliedMessage(held_));
+  feed_->SendApplied(held_.Number(), held_.Warnings());
+  if (feed_->Begin()) {
+    check_.ReportAll();
+  }
   ShowTo(Observers());
+}
+
+void Server::Resend(std::uint64_t number) {
+  feed_->SendResendStarts(number);
+  if (feed_->HasBegun()) {
+    check_.ReportAll();
+  }
+}
+
+void Server::Clear(const manager::ClearStatistics& request) {
+  if (request.mep() > std::numeric_limits<std::uint16_t>::max()) {
+    throw ipc::ProtocolError(
+        fmt::format("statistics of MEP {} are to be cleared: no MEP has that id", request.mep()));
+  }
+  check_.ClearStatistics(request.md(), request.ma(), static_cast<std::uint16_t>(request.mep()));
+}
+
+void Server::Report(const engine::Effect& effect) {
+  if (feed_) {
+    feed_->Take(effect);
+    PaceConfigurer();
+  }
+}
+
+void Server::Drained(Session& session) {
+  if (&session == configurer_) {
+    feed_->Flush();
+    PaceConfigurer();
+  }
+}
+
+void Server::PaceConfigurer() {
+  configurer_->SetReading(feed_->IsUpToDate());
 }
 
 void Server::End(Session& session, const std::string& reason) {
   if (&session == configurer_) {
     configurer_ = nullptr;
+    feed_.reset();
     log_.Warning(fmt::format("lost {}: {}; configuration {} stays in force", session.Text(), reason,
                              held_.Number()));
   } else {

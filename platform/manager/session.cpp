@@ -36,7 +36,9 @@ Session::Session(sd_event* loop, ipc::UniqueFd socket, const ipc::Peer& peer, Ha
       channel_(
           loop, std::move(socket), SD_EVENT_PRIORITY_NORMAL,
           [this](std::string_view payload) { OnFrame(payload); },
-          [this](const std::string& reason) { handlers_.on_end(*this, reason); }) {}
+          [this](const std::string& reason) { handlers_.on_end(*this, reason); }) {
+  channel_.SetDrainHandler([this] { handlers_.on_drained(*this); });
+}
 
 std::string Session::Text() const {
   return fmt::format("{} (process {})", name_.empty() ? "a peer without a name" : name_, peer_.pid);
@@ -68,13 +70,13 @@ void Session::OnHello(std::string_view payload) {
 void Session::OnMessage(std::string_view payload) {
   manager::FromClient message;
   ipc::ParsePayload(payload, message);
-  if (!message.has_configuration()) {
+  if (message.message_case() == manager::FromClient::MESSAGE_NOT_SET) {
     throw ipc::ProtocolError("a message of no known kind");
   }
   if (role_ != manager::ROLE_CONFIGURE) {
-    throw ipc::ProtocolError("a configuration from a peer that may only observe");
+    throw ipc::ProtocolError("a request from a peer that may only observe");
   }
-  handlers_.on_configuration(*this, message.configuration());
+  handlers_.on_message(*this, message);
 }
 
 }  // namespace cfm

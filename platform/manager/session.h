@@ -6,6 +6,7 @@
 #include <listener.h>
 #include <systemd/sd-event.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -21,7 +22,9 @@ class Session {
     // The peer is welcome and its role is known.
     std::function<void(Session&)> on_welcome;
     // Only from a peer that configures. A ProtocolError ends the session.
-    std::function<void(Session&, const manager::Configuration&)> on_configuration;
+    std::function<void(Session&, const manager::FromClient&)> on_message;
+    // What was queued has left.
+    std::function<void(Session&)> on_drained;
     // It is over; `reason` for a log line. Not called for a session that the
     // owner destroys.
     std::function<void(Session&, const std::string& reason)> on_end;
@@ -39,8 +42,14 @@ class Session {
   std::string Text() const;
   // Never blocks.
   void Send(const manager::FromManager& message) { channel_.Send(message); }
+  // Whether the peer leaves so much unread that more had better wait.
+  bool IsBackedUp() const { return channel_.QueuedBytes() > kBackedUpBytes; }
+  // Stops (false) or resumes (true) taking messages.
+  void SetReading(bool reading) { channel_.SetReading(reading); }
 
  private:
+  static constexpr std::size_t kBackedUpBytes = 64U << 10;
+
   void OnFrame(std::string_view payload);
   void OnHello(std::string_view payload);
   void OnMessage(std::string_view payload);

@@ -2,10 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <sys/time.h>
+#include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -14,10 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "connect.h"
-#include "frame.h"
 #include "hierarchy_codec.h"
 #include "manager.pb.h"
+#include "peer.h"
 #include "process.h"
 #include "random_hierarchy.h"
 #include "temporary_directory.h"
@@ -26,57 +23,9 @@ namespace {
 
 using cfm::manager::ROLE_CONFIGURE;
 using cfm::manager::ROLE_OBSERVE;
+using test::Peer;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-// A client that waits for what it asks for.
-class Peer {
- public:
-  explicit Peer(const std::filesystem::path& socket) : socket_(ipc::ConnectUnix(socket)) {
-    const timeval patience{.tv_sec = test::kPatience.count(), .tv_usec = 0};
-    setsockopt(socket_.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-  }
-
-  void SayHello(std::uint32_t version, int role, const std::string& name) {
-    cfm::manager::Hello hello;
-    hello.set_version(version);
-    hello.set_role(static_cast<cfm::manager::Role>(role));
-    hello.set_name(name);
-    ipc::SendFrame(socket_.Get(), hello);
-  }
-  // What the manager says to the Hello; empty when the peer is welcome.
-  std::string HelloError() {
-    cfm::manager::HelloReply reply;
-    EXPECT_TRUE(ipc::ReceiveFrame(socket_.Get(), reply));
-    return reply.error();
-  }
-  void SendBytes(const std::string& bytes) {
-    ASSERT_EQ(send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(bytes.size()));
-  }
-  void EndSending() { shutdown(socket_.Get(), SHUT_WR); }
-  void SendConfiguration(std::uint64_t number, const cfm::Hierarchy& hierarchy) {
-    cfm::manager::FromClient message;
-    message.mutable_configuration()->set_number(number);
-    cfm::EncodeHierarchy(hierarchy, *message.mutable_configuration());
-    ipc::SendFrame(socket_.Get(), message);
-  }
-  cfm::manager::FromManager Receive() {
-    cfm::manager::FromManager message;
-    EXPECT_TRUE(ipc::ReceiveFrame(socket_.Get(), message));
-    return message;
-  }
-  cfm::manager::Applied ReceiveApplied() { return Receive().applied(); }
-  // Whether the manager closed the connection, with nothing left to read.
-  bool IsClosed() {
-    char byte;
-    const ssize_t count = recv(socket_.Get(), &byte, 1, 0);
-    return count == 0 || (count < 0 && errno == ECONNRESET);
-  }
-
- private:
-  ipc::UniqueFd socket_;
-};
 
 // What an observer is shown at once.
 struct Shown {
@@ -321,6 +270,10 @@ TEST_F(ManagerdTest, AClientThatDoesNotReadDisturbsNobody) {
   for (std::uint64_t number = 1; number <= 5; ++number) {
     client->SendConfiguration(number, large);
     EXPECT_EQ(client->ReceiveApplied().number(), number);
+    // Who sends without reading all that it is sent would wait for ever.
+    client->RequestStatistics(number);
+    EXPECT_TRUE(
+        client->Await([](const auto& message) { return message.has_statistics_finished(); }));
   }
   EXPECT_EQ(Observe().number, 5U);
 }
@@ -367,6 +320,7 @@ TEST(ManagerdCommandLine, ExplainsItself) {
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.output, HasSubstr("--runtime-dir"));
   EXPECT_THAT(help.output, HasSubstr("Examples:"));
+  EXPECT_THAT(help.output, HasSubstr("wire"));
   const test::CommandResult version = test::Run({CFM_MANAGERD, "--version"});
   EXPECT_EQ(version.status, 0);
   EXPECT_THAT(version.output, testing::StartsWith("cfm-managerd "));
