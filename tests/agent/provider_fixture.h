@@ -24,6 +24,8 @@ class ProviderTest : public ::testing::Test {
     writer_.Put("local", 0, LocalMep("east", "blue", 5));
     writer_.Put("remote", 1, RemoteMep("east", "blue", 100));
   }
+  // Whatever the test did to it, the agent ends in order.
+  void TearDown() override { EXPECT_EQ(agent_.Stop(), 0) << agent_.Log(); }
 
   Client Front(const std::string& name = "front") {
     return Client(agent_, pb::ROLE_FRONT_END, name);
