@@ -128,8 +128,7 @@ TEST_F(ShowStatus, DocumentsHoldWhatIsSelected) {
 }
 
 TEST_F(ShowStatus, NoStatusAtAllIsNoError) {
-  const auto nothing = [this](const agent::Request&) { return Read({}, "/elsewhere"); };
-  agent_.on_request = nothing;
+  agent_.on_request = [](const agent::Request&) { return Read({}, "/elsewhere"); };
   const auto outcome = Run({"show", "status"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out, "no MEP has a status\n");
@@ -148,6 +147,17 @@ TEST_F(ShowStatus, AWarningOfManyRecordsIsToldOnce) {
   HaveWritten();
   const auto outcome = Run({"show", "status", "east"});
   EXPECT_EQ(outcome.err, "cfmctl: warning: the provider cfm-app is lost\n");
+}
+
+TEST_F(ShowStatus, OfManyWarningsTheFirstAreTold) {
+  HaveBoth();
+  for (int i = 1; i <= 12; ++i) {
+    warnings_.push_back("leaf " + std::to_string(i));
+  }
+  const auto outcome = Run({"show", "status"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: warning: leaf 10\n"
+                                             "cfmctl: warning: and 2 more of the kind\n"));
 }
 
 TEST_F(ShowStatus, WhereEverythingIsMissingTheExitStatusSaysSo) {

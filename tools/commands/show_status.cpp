@@ -12,11 +12,23 @@
 namespace cfmctl {
 namespace {
 
+constexpr std::size_t kMaxWarnings = 10;
+
 std::string ToText(const StatusRecords& records, StatusView view, const std::string& format) {
   if (format == "table") {
     return records.empty() ? "no MEP has a status\n" : StatusTables(records, view);
   }
   return StatusDocument(records, format == "xml" ? DocumentFormat::kXml : DocumentFormat::kJson);
+}
+
+// Each record that was read may bring one of its own.
+std::vector<std::string> Shortened(std::vector<std::string> warnings) {
+  const std::size_t all = warnings.size();
+  if (all > kMaxWarnings) {
+    warnings.resize(kMaxWarnings);
+    warnings.push_back(fmt::format("and {} more of the kind", all - kMaxWarnings));
+  }
+  return warnings;
 }
 
 }  // namespace
@@ -25,7 +37,7 @@ void ShowStatus(const Environment& environment, StatusView view, const MepSelect
                 const std::string& format) {
   const StatusReading reading =
       ReadStatus([&] { return environment.ConnectAgent(); }, selection, environment.Timeout());
-  PrintWarnings(environment, reading.warnings);
+  PrintWarnings(environment, Shortened(reading.warnings));
   const StatusRecords records = Narrowed(reading.records, view);
   const bool everything_is_missing = !reading.warnings.empty() && !HoldsAnything(records);
   if (records.empty() && !selection.IsEverything() && !everything_is_missing) {
