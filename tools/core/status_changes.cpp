@@ -12,6 +12,12 @@ std::string_view TellingLeaf(const MepName& name) {
   return name.is_remote ? "state" : "defects";
 }
 
+// Of a record that people know of.
+std::optional<MepName> KnownName(const TreeNode& record) {
+  const auto name = NameOfRecord(record);
+  return name && FindChild(record, TellingLeaf(*name)) != nullptr ? name : std::nullopt;
+}
+
 std::string ValueText(const std::string& leaf, const std::optional<std::string>& value) {
   if (!value) {
     return "none";
@@ -40,7 +46,7 @@ void AddLeafChanges(const MepName& name, const TreeNode& before, const TreeNode&
     }
     auto old_value = ChildValue(before, leaf.name);
     auto new_value = ChildValue(after, leaf.name);
-    if (old_value != new_value) {
+    if (old_value && old_value != new_value) {
       changes.push_back({StatusChange::Kind::kChanged, name, std::string(leaf.name),
                          std::move(old_value), std::move(new_value)});
     }
@@ -48,8 +54,8 @@ void AddLeafChanges(const MepName& name, const TreeNode& before, const TreeNode&
 }
 
 std::vector<StatusChange> Compare(const TreeNode& before, const TreeNode& after) {
-  const auto old_name = NameOfRecord(before);
-  const auto new_name = NameOfRecord(after);
+  const auto old_name = KnownName(before);
+  const auto new_name = KnownName(after);
   // Several local MEPs may report a remote MEP in turn: it stays the same.
   const bool is_same =
       old_name && new_name && WithoutObserver(*old_name) == WithoutObserver(*new_name);
@@ -73,10 +79,8 @@ std::string ToText(const StatusChange& change) {
   const std::string name = ToText(change.name);
   switch (change.kind) {
     case StatusChange::Kind::kAppeared:
-      return name + " appeared" +
-             (change.after
-                  ? fmt::format(", {} {}", change.leaf, ValueText(change.leaf, change.after))
-                  : "");
+      return fmt::format("{} appeared, {} {}", name, change.leaf,
+                         ValueText(change.leaf, change.after));
     case StatusChange::Kind::kWentAway:
       return name + " went away";
     case StatusChange::Kind::kChanged:

@@ -5,6 +5,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "mep_name.h"
@@ -17,8 +19,7 @@ struct StatusChange {
 
   Kind kind = Kind::kChanged;
   MepName name;
-  // kChanged: what changed. kAppeared: the leaf that tells most, where it is
-  // there already.
+  // kChanged: what changed. kAppeared: the leaf that tells most.
   std::string leaf;
   std::optional<std::string> before;
   std::optional<std::string> after;
@@ -28,7 +29,8 @@ struct StatusChange {
 std::string ToText(const StatusChange& change);
 
 // The records as they are now. Each is known by its path, and to people once
-// its identity is all written.
+// its identity and the leaf that tells most are written: a record comes into
+// being leaf by leaf, and what is first written is no change.
 class StatusBoard {
  public:
   // `entry` is the whole record now; nothing: it went away. Returns what that
@@ -40,7 +42,15 @@ class StatusBoard {
   std::vector<std::string> Paths(const MepSelection& selection) const;
 
  private:
-  std::map<std::string, TreeNode> records_;  // by path
+  // Record 9 before record 10.
+  struct ByNumber {
+    bool operator()(const std::string& left, const std::string& right) const {
+      return std::tuple(left.size(), std::string_view(left)) <
+             std::tuple(right.size(), std::string_view(right));
+    }
+  };
+
+  std::map<std::string, TreeNode, ByNumber> records_;  // by path
 };
 
 }  // namespace cfmctl
