@@ -145,11 +145,6 @@ void Model::Name(std::uint32_t tag, const std::string& name) {
   }
 }
 
-bool Model::HasNamespace(std::uint32_t hash) const {
-  return std::any_of(namespaces_.begin(), namespaces_.end(),
-                     [hash](const auto& entry) { return entry.second == hash; });
-}
-
 const lysc_node* Model::Child(const lysc_node* parent, std::string_view name) const {
   const std::size_t colon = name.find(':');
   const std::string_view module = colon == name.npos ? "" : name.substr(0, colon);

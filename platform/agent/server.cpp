@@ -12,10 +12,6 @@ constexpr std::int64_t kEventPriority = 0;
 
 }  // namespace
 
-bool MayConnect(const ipc::Peer& peer) {
-  return peer.uid == geteuid() || peer.uid == 0 || peer.gid == getegid();
-}
-
 Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
                const Services& services)
     : loop_(loop),
@@ -31,7 +27,7 @@ Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
-  if (MayConnect(peer)) {
+  if (ipc::MayConnect(peer, {geteuid(), getegid()})) {
     Add(std::move(socket), peer.pid, Connection::Origin::kLocalSocket);
     return;
   }
