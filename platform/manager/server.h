@@ -15,7 +15,6 @@
 #include "listener.h"
 #include "log_category.h"
 #include "manager.pb.h"
-#include "peer_policy.h"
 #include "session.h"
 
 namespace cfm {
@@ -23,7 +22,7 @@ namespace cfm {
 class Server {
  public:
   // Listens at `socket`; `held` is borrowed. Throws std::system_error.
-  Server(sd_event* loop, const std::filesystem::path& socket, const Owner& owner,
+  Server(sd_event* loop, const std::filesystem::path& socket, const ipc::Owner& owner,
          HeldConfiguration& held, const LogCategory& log);
 
   Server(const Server&) = delete;
@@ -41,7 +40,7 @@ class Server {
   void ShowTo(const std::vector<Session*>& observers);
 
   sd_event* loop_;
-  Owner owner_;
+  ipc::Owner owner_;
   HeldConfiguration& held_;
   LogCategory log_;
   std::map<const Session*, std::unique_ptr<Session>> sessions_;
