@@ -174,7 +174,7 @@ int Client::RequestStatistics() {
   return impl_->RequestStatistics();
 }
 
-// The manager counts nothing that could be cleared.
+// The manager keeps no statistics yet, so there is nothing to clear.
 int Client::ClearStatistics(const char* /*md*/, const char* /*ma*/, unsigned short /*mep*/) {
   return -1;
 }

@@ -1,6 +1,7 @@
 #include "cdb_socket.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -12,6 +13,11 @@
 
 namespace velconfd {
 namespace {
+
+// The agent answers a call at once, or after the commit that it is busy with,
+// for which its own patience is 10 s by default. One that takes longer hangs,
+// and must not keep this program from anything else for good.
+constexpr timeval kPatience{.tv_sec = 15, .tv_usec = 0};
 
 [[noreturn]] void RefusedConnection(const AgentAddress& agent, int result) {
   const std::string text = Describe(result, "cdb_connect_name") + " (at " + agent.Path() + ")";
@@ -37,7 +43,10 @@ AgentAddress::AgentAddress(const std::filesystem::path& path, std::string name)
 CdbSocket::CdbSocket(const AgentAddress& agent, cdb_sock_type type)
     : fd_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   if (fd_ < 0) {
-    throw std::system_error(errno, std::generic_category(), "socket for the agent");
+    throw AgentError(std::string("socket for the agent: ") + std::strerror(errno));
+  }
+  for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+    setsockopt(fd_, SOL_SOCKET, direction, &kPatience, sizeof(kPatience));
   }
   const int result =
       cdb_connect_name(fd_, type, agent.Get(), sizeof(agent.address), agent.client_name.c_str());
