@@ -32,4 +32,12 @@ void CheckReply(const Environment& environment, const cfm::agent::Reply& reply,
   throw Failure(ExitStatus::kRefused, refusal, lines);
 }
 
+void ReportCommit(const Environment& environment, const cfm::agent::Reply& reply) {
+  if (reply.nothing_changed()) {
+    fmt::print(environment.out, "nothing to change: still transaction {}\n", reply.txid());
+  } else {
+    fmt::print(environment.out, "committed: transaction {}\n", reply.txid());
+  }
+}
+
 }  // namespace cfmctl

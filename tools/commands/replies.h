@@ -14,6 +14,11 @@ namespace cfmctl {
 void CheckReply(const Environment& environment, const cfm::agent::Reply& reply,
                 const std::string& refusal);
 
+inline constexpr const char* kCommitRefused = "the commit was refused, nothing was changed";
+
+// Says what came of a commit that was not refused.
+void ReportCommit(const Environment& environment, const cfm::agent::Reply& reply);
+
 }  // namespace cfmctl
 
 #endif
