@@ -152,7 +152,6 @@ const char* Actions::GetActionPoint() const {
   return "clear_cfm_statistics";
 }
 
-// There is no cache of statistics yet: the CFM manager holds all there are.
 int Actions::ActionCb(confd_user_info* /*user*/, xml_tag* /*name*/, confd_hkeypath_t* /*kp*/,
                       confd_tag_value_t* params, int nparams) {
   CFM_LOG(log_, kInformational, "Action clear statistics request received");
