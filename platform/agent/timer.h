@@ -23,10 +23,10 @@ class Timer {
       return;
     }
     sd_event_source* source = nullptr;
-    ipc::CheckEvent(
-        sd_event_add_time_relative(loop_, &source, CLOCK_MONOTONIC,
-                                   static_cast<std::uint64_t>(after.count()), 1, OnTime, this),
-        "set a timer");
+    ipc::CheckEvent(sd_event_add_time(loop_, &source, CLOCK_MONOTONIC,
+                                      ipc::UsecFromNow(static_cast<std::uint64_t>(after.count())),
+                                      1, OnTime, this),
+                    "set a timer");
     source_.reset(source);
   }
   void Cancel() { source_.reset(); }
