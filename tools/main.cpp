@@ -10,7 +10,8 @@ int main(int argc, char** argv) {
         cfmctl::RunCommandLine({argv + 1, argv + argc}, std::cin, std::cout, std::cerr);
     std::cout.flush();
     if (!std::cout) {
-      std::cerr << "cfmctl: cannot write the output\n";
+      std::cerr << "cfmctl: cannot write the output; what it was to tell "
+                << (status == cfmctl::ExitStatus::kOk ? "was done" : "failed") << '\n';
       return static_cast<int>(cfmctl::ExitStatus::kUsage);
     }
     return static_cast<int>(status);

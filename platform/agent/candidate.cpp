@@ -45,6 +45,9 @@ Problems Candidate::Validate() const {
   if (!IsOpen()) {
     return {NotOpen()};
   }
+  if (auto stale = Staleness()) {
+    return {*stale};
+  }
   const auto prepared = datastore_.Prepare(CopyTree(tree_.get()));
   return prepared ? Problems{} : prepared.Why();
 }
@@ -56,16 +59,25 @@ Result<Tree> Candidate::BeginCommit() {
   if (committing_) {
     return BeingCommitted();
   }
-  if (base_ != datastore_.Running()) {
-    return Problem{
-        .message = "commit the candidate: it was opened at commit " +
-                   std::to_string(base_->Txid()) + " and the running configuration is at commit " +
-                   std::to_string(datastore_.Running()->Txid()) +
-                   " now; look at the difference of the candidate, then discard it and make its "
-                   "edits anew"};
+  if (auto stale = Staleness()) {
+    return *stale;
   }
+  Tree copy = CopyTree(tree_.get());
   committing_ = true;
-  return CopyTree(tree_.get());
+  return copy;
+}
+
+// What a commit of it would undo without anybody having asked for that.
+std::optional<Problem> Candidate::Staleness() const {
+  if (base_ == datastore_.Running()) {
+    return std::nullopt;
+  }
+  return Problem{
+      .message = "commit the candidate: it was opened at commit " + std::to_string(base_->Txid()) +
+                 " and the running configuration is at commit " +
+                 std::to_string(datastore_.Running()->Txid()) +
+                 " now; look at the difference of the candidate, then discard it and make its "
+                 "edits anew"};
 }
 
 void Candidate::EndCommit(bool committed) {
@@ -79,7 +91,8 @@ std::vector<cfm::agent::DiffLine> Candidate::Lines() const {
   if (!IsOpen()) {
     return {};
   }
-  return Difference(model_, datastore_.Running()->Top(), tree_.get()).Lines();
+  // To what it was opened from: its own edits, and not those of others since.
+  return Difference(model_, base_->Top(), tree_.get()).Lines();
 }
 
 }  // namespace agentd

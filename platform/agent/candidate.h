@@ -2,6 +2,8 @@
 #ifndef AGENT_CANDIDATE_H
 #define AGENT_CANDIDATE_H
 
+#include <optional>
+
 #include "agent.pb.h"
 #include "datastore.h"
 
@@ -21,7 +23,7 @@ class Candidate {
   Problems Apply(const cfm::agent::Edit& edit);
   Problems Discard();
 
-  // Whether it could be committed as far as the model is concerned.
+  // Whether it could be committed now.
   Problems Validate() const;
 
   // The tree to commit; refused when running has moved on since the candidate
@@ -30,10 +32,12 @@ class Candidate {
   // Committed, it is closed; else it stays as it was.
   void EndCommit(bool committed);
 
-  // What it changes against running as it is now.
+  // Its own edits: what it changes against running as it was opened from.
   std::vector<cfm::agent::DiffLine> Lines() const;
 
  private:
+  std::optional<Problem> Staleness() const;
+
   const Model& model_;
   const Datastore& datastore_;
   SnapshotPtr base_;

@@ -3,9 +3,16 @@
 #include <exception>
 #include <utility>
 
+#include "frame.h"
 #include "log.h"
 
 namespace agentd {
+namespace {
+
+// A notification has to fit a frame, with some room for what is around it.
+constexpr std::size_t kMostChangeBytes = ipc::kMaxFrameBytes - 65536;
+
+}  // namespace
 
 CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
                          Announcement& announcement, std::chrono::microseconds patience)
@@ -51,6 +58,12 @@ Problems CommitQueue::Prepare() {
       return prepared.Why();
     }
     changes_ = prepared->difference->Changes();
+    if (const std::size_t size = changes_.ByteSizeLong(); size > kMostChangeBytes) {
+      return {{.message = "commit: the change takes " + std::to_string(size) +
+                          " bytes to tell the subscribers, and at most " +
+                          std::to_string(kMostChangeBytes) +
+                          " can be told at once; nothing was changed: commit it in parts"}};
+    }
     prepared_ = std::move(*prepared);
     return {};
   } catch (const std::exception& error) {
@@ -64,7 +77,7 @@ void CommitQueue::Start() {
     return;
   }
   if (prepared_->difference->IsEmpty()) {
-    Finish({});
+    Finish({.nothing_changed = true});
     return;
   }
   if (locks_.IsFree()) {
@@ -125,7 +138,12 @@ void CommitQueue::Finish(CommitResult result) {
   Enter(State::kIdle);
   result.txid = datastore_.Running()->Txid();
   locks_.GrantWaiting();
-  request.done(result);
+  try {
+    request.done(result);
+  } catch (const std::exception& error) {
+    // Whoever asked cannot be answered; the commits that wait have no part in that.
+    AGENT_LOG_ERROR("answer to the commit from %s: %s", request.origin.c_str(), error.what());
+  }
 }
 
 void CommitQueue::Enter(State state) {

@@ -22,6 +22,7 @@ struct CommitResult {
   Problems problems{};  // none: it is committed, or changes nothing
   std::vector<std::string> warnings{};
   std::uint64_t txid = 0;
+  bool nothing_changed = false;
 };
 
 struct CommitRequest {

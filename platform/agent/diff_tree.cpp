@@ -40,8 +40,4 @@ const char* OriginalValue(const lyd_node& node) {
   return Annotation(node, "orig-value");
 }
 
-bool WasDefault(const lyd_node& node) {
-  return std::string_view(Annotation(node, "orig-default")) == "true";
-}
-
 }  // namespace agentd

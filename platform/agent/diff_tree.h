@@ -14,8 +14,6 @@ DiffOp OperationOf(const lyd_node& node, DiffOp inherited);
 
 // Canonical value that a replaced leaf had before.
 const char* OriginalValue(const lyd_node& node);
-// Whether a leaf that is still there was an implicit default before.
-bool WasDefault(const lyd_node& node);
 
 }  // namespace agentd
 

@@ -65,6 +65,22 @@ class OpaqueNodes {
   const Model& model_;
 };
 
+// Entries and elements that a document holds twice: libyang would take the
+// last one and say nothing.
+void FindRepetitions(const lyd_node* siblings, Problems& problems) {
+  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+    if ((node->schema->nodetype & (LYS_LIST | LYS_LEAFLIST | LYS_LEAF)) != 0) {
+      lyd_node* first = nullptr;
+      lyd_find_sibling_first(siblings, node, &first);
+      if (first != nullptr && first != node) {
+        problems.push_back(
+            {.message = "it is in the document twice", .path = PathOf(*node), .rule = "unique"});
+      }
+    }
+    FindRepetitions(lyd_child(node), problems);
+  }
+}
+
 // A second look at a document that was refused: the first look stops at the
 // first value at fault and does not say which constraint it breaks.
 Problems EveryProblem(const Model& model, const std::string& text, LYD_FORMAT format,
@@ -112,6 +128,9 @@ Result<Tree> ParseDocument(const Model& model, const std::string& text, cfm::age
   }
   if (tree == nullptr) {
     return Problem{.message = "the document is empty"};
+  }
+  if (Problems repeated; FindRepetitions(tree, repeated), !repeated.empty()) {
+    return repeated;
   }
   return owner;
 }

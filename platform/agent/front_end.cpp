@@ -243,6 +243,7 @@ void FrontEnd::Answer(const CommitResult& result) {
     reply.add_warnings(warning);
   }
   reply.set_txid(result.txid);
+  reply.set_nothing_changed(result.nothing_changed);
   SendReply(peer_, std::move(reply));
 }
 

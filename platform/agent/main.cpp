@@ -1,5 +1,6 @@
 // agentd, the management agent: brings up loop, signals and agent, says that
 // it is ready, and runs until it is told to end.
+#include <sys/stat.h>
 #include <systemd/sd-daemon.h>
 #include <systemd/sd-event.h>
 
@@ -63,6 +64,7 @@ int main(int argc, char** argv) {
   if (parsed.exit_status) {
     return *parsed.exit_status;
   }
+  umask(S_IRWXO);  // the configuration is nobody else's to read
   try {
     return Run(parsed.options);
   } catch (const std::exception& error) {

@@ -160,11 +160,6 @@ std::vector<const lysc_module*> Model::Modules() const {
   return modules;
 }
 
-bool Model::HasNamespace(std::uint32_t hash) const {
-  return std::any_of(namespaces_.begin(), namespaces_.end(),
-                     [hash](const auto& entry) { return entry.second == hash; });
-}
-
 const lysc_node* Model::Child(const lysc_node* parent, std::string_view name) const {
   const std::size_t colon = name.find(':');
   const std::string_view module = colon == name.npos ? "" : name.substr(0, colon);

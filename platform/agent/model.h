@@ -40,7 +40,6 @@ class Model {
   std::uint32_t TagOf(const lysc_node& node) const { return tags_.at(&node); }
   // Hash of the namespace that the node belongs to.
   std::uint32_t NamespaceOf(const lysc_node& node) const { return namespaces_.at(node.module); }
-  bool HasNamespace(std::uint32_t hash) const;
   // Every tag with its name.
   const std::map<std::uint32_t, std::string>& Names() const { return names_; }
 

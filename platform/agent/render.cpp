@@ -99,11 +99,13 @@ Tree Extract(const Model& model, const std::vector<const lyd_node*>& nodes) {
   return tree;
 }
 
+// The containers at the top of the model stay even when they are empty: without
+// them an empty configuration would be no document that can be loaded again.
 std::string Print(const Model& model, const lyd_node* top, cfm::agent::Format format,
                   bool with_defaults) {
   char* text = nullptr;
-  const std::uint32_t options =
-      LYD_PRINT_WITHSIBLINGS | (with_defaults ? LYD_PRINT_WD_ALL : LYD_PRINT_WD_EXPLICIT);
+  const std::uint32_t options = LYD_PRINT_WITHSIBLINGS | LYD_PRINT_KEEPEMPTYCONT |
+                                (with_defaults ? LYD_PRINT_WD_ALL : LYD_PRINT_WD_EXPLICIT);
   CheckYang(
       lyd_print_mem(&text, top, format == cfm::agent::FORMAT_XML ? LYD_XML : LYD_JSON, options),
       model.Context(), "print a configuration");

@@ -1,5 +1,8 @@
 #include "role.h"
 
+#include <algorithm>
+#include <span>
+
 #include "data_session.h"
 #include "frame.h"
 #include "front_end.h"
@@ -9,6 +12,9 @@
 
 namespace agentd {
 namespace {
+
+// A document can be wrong in more places than anybody reads, or a frame holds.
+constexpr std::size_t kMostProblemsTold = 200;
 
 // confd_load_schemas: all it wants is in the HelloReply.
 class SchemaReader : public Role {
@@ -62,12 +68,17 @@ void SendProblems(Peer& peer, const Problems& problems) {
 }
 
 void AddProblems(const Problems& problems, cfm::agent::Reply& reply) {
-  for (const Problem& problem : problems) {
+  const std::size_t told = std::min(problems.size(), kMostProblemsTold);
+  for (const Problem& problem : std::span(problems).first(told)) {
     auto* error = reply.add_errors();
     error->set_code(problem.code);
     error->set_message(WellFormed(problem.message));
     error->set_path(WellFormed(problem.path));
     error->set_rule(WellFormed(problem.rule));
+  }
+  if (problems.size() > told) {
+    reply.add_errors()->set_message("and " + std::to_string(problems.size() - told) +
+                                    " more problems");
   }
 }
 

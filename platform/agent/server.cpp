@@ -18,10 +18,6 @@ std::string UserName(uid_t uid) {
 
 }  // namespace
 
-bool MayConnect(const ipc::Peer& peer) {
-  return peer.uid == geteuid() || peer.uid == 0 || peer.gid == getegid();
-}
-
 Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
                const Services& services)
     : loop_(loop),
@@ -37,7 +33,7 @@ Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
-  if (MayConnect(peer)) {
+  if (ipc::MayConnect(peer, {geteuid(), getegid()})) {
     Add(std::move(socket), {peer.pid, UserName(peer.uid)}, Connection::Origin::kLocalSocket);
     return;
   }

@@ -13,10 +13,6 @@
 
 namespace agentd {
 
-// Whether the credentials of a peer let it in: the agent's own user, root,
-// and the agent's group may come.
-bool MayConnect(const ipc::Peer& peer);
-
 class Server {
  public:
   // Listens at the path and, with a port, on 127.0.0.1 for programs on the

@@ -1,5 +1,7 @@
 #include "store.h"
 
+#include <sys/stat.h>
+
 #include "sqlite.h"
 
 namespace agentd {
@@ -35,6 +37,16 @@ bool IsEmpty(sqlite3* database) {
   return statement.Step() && statement.Number(0) == 0;
 }
 
+// Which file the name stands for: a database that was unlinked takes writes, and
+// nobody would ever find them again.
+std::optional<FileIdentity> IdentityOf(const std::filesystem::path& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
 const char* Advice(int code) {
   switch (code & 0xff) {
     case SQLITE_FULL:
@@ -62,8 +74,8 @@ Store::Store(const std::filesystem::path& file) : file_(file) {
     Open();
     CheckOwner();
     CheckIntegrity();
-    Statement txid(database_.get(), "SELECT value FROM state WHERE name = 'txid'");
-    txid_ = txid.Step() ? static_cast<std::uint64_t>(txid.Number(0)) : 0;
+    ReadTxid();
+    identity_ = IdentityOf(file_);
   } catch (const SqliteError& error) {
     throw std::runtime_error("open the running configuration '" + file_.native() +
                              "': " + error.what() +
@@ -115,6 +127,17 @@ void Store::CheckIntegrity() {
   }
 }
 
+void Store::ReadTxid() {
+  Statement txid(database_.get(), "SELECT value FROM state WHERE name = 'txid'");
+  if (!txid.Step() || txid.Number(0) < 0) {
+    throw std::runtime_error("open the running configuration '" + file_.native() +
+                             "': it is damaged: it has no transaction id; put a good copy of the "
+                             "file in its place, or move it away to begin with an empty "
+                             "configuration");
+  }
+  txid_ = static_cast<std::uint64_t>(txid.Number(0));
+}
+
 void Store::ForEachRow(
     const std::function<void(std::string_view path, std::string_view value)>& row) {
   Statement rows(database_.get(), "SELECT path, value FROM node ORDER BY path");
@@ -148,6 +171,11 @@ void Store::Write(std::uint64_t txid, const std::vector<RowChange>& changes) {
 }
 
 Problems Store::Commit(std::uint64_t txid, const std::vector<RowChange>& changes) {
+  if (IdentityOf(file_) != identity_) {
+    return {{.message = "store the configuration in '" + file_.native() +
+                        "': the file was removed or replaced while agentd runs; nothing was "
+                        "changed: put it back, or restart agentd to work with what is there now"}};
+  }
   try {
     Write(txid, changes);
   } catch (const SqliteError& error) {

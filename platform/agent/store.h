@@ -5,10 +5,13 @@
 #ifndef AGENT_STORE_H
 #define AGENT_STORE_H
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +21,14 @@
 struct sqlite3;
 
 namespace agentd {
+
+// What tells one file from another, whatever its name.
+struct FileIdentity {
+  dev_t device;
+  ino_t inode;
+
+  bool operator==(const FileIdentity&) const = default;
+};
 
 class Store {
  public:
@@ -46,10 +57,12 @@ class Store {
   void Open();
   void CheckOwner();
   void CheckIntegrity();
+  void ReadTxid();
   void Write(std::uint64_t txid, const std::vector<RowChange>& changes);
 
   std::filesystem::path file_;
   std::unique_ptr<sqlite3, Close> database_;
+  std::optional<FileIdentity> identity_;
   std::uint64_t txid_ = 0;
 };
 

@@ -16,17 +16,17 @@ class Timer {
   Timer(sd_event* loop, std::function<void()> on_expiry)
       : loop_(loop), on_expiry_(std::move(on_expiry)) {}
 
-  // Replaces what was set before. A loop that has ended calls nobody any more,
-  // and what is destroyed after it may still set timers.
+  // Replaces what was set before. Does nothing once the loop has ended: then
+  // connections go and let go of what commits wait for, and no commit follows.
   void Set(std::chrono::microseconds after) {
     if (sd_event_get_state(loop_) == SD_EVENT_FINISHED) {
       return;
     }
     sd_event_source* source = nullptr;
-    ipc::CheckEvent(
-        sd_event_add_time_relative(loop_, &source, CLOCK_MONOTONIC,
-                                   static_cast<std::uint64_t>(after.count()), 1, OnTime, this),
-        "set a timer");
+    ipc::CheckEvent(sd_event_add_time(loop_, &source, CLOCK_MONOTONIC,
+                                      ipc::UsecFromNow(static_cast<std::uint64_t>(after.count())),
+                                      1, OnTime, this),
+                    "set a timer");
     source_.reset(source);
   }
   void Cancel() { source_.reset(); }

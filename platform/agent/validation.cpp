@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 #include "instance_path.h"
 
@@ -13,17 +14,24 @@ namespace {
 // when, libyang has refused it.
 class Diagnosis {
  public:
-  Problems Of(const lyd_node* siblings) {
-    for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
+  explicit Diagnosis(const lyd_node* siblings) { Walk(siblings); }
+
+  Problems Take() { return std::move(problems_); }
+
+ private:
+  // More than this helps nobody to mend a configuration.
+  static constexpr std::size_t kMost = 100;
+
+  void Walk(const lyd_node* siblings) {
+    for (const lyd_node* node = siblings; node != nullptr && problems_.size() < kMost;
+         node = node->next) {
       CheckMusts(*node);
       CheckMandatory(*node);
       CheckDuplicate(*node);
-      Of(lyd_child(node));
+      Walk(lyd_child(node));
     }
-    return problems_;
   }
 
- private:
   void CheckMusts(const lyd_node& node) {
     const lysc_must* musts = lysc_node_musts(node.schema);
     LY_ARRAY_COUNT_TYPE i = 0;
@@ -125,7 +133,7 @@ Problems Validate(const Model& model, Tree& tree) {
   Problems problems;
   if (result != LY_SUCCESS) {
     const Problems said = TakeErrors(model.Context(), "the configuration is not valid");
-    problems = Diagnosis().Of(tree.get());
+    problems = Diagnosis(tree.get()).Take();
     ly_err_clean(model.Context(), nullptr);
     if (problems.empty()) {
       problems = said;

@@ -42,8 +42,6 @@ int cdb_close(int sock);
 int cdb_start_session(int sock, enum cdb_db_type db);
 int cdb_start_session2(int sock, enum cdb_db_type db, int flags);
 int cdb_end_session(int sock);
-/* Namespace hash for nodes that the paths name. */
-int cdb_set_namespace(int sock, int hashed_ns);
 
 /* Number of the last commit. */
 struct cdb_txid {

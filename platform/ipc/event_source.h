@@ -3,7 +3,9 @@
 #define IPC_EVENT_SOURCE_H
 
 #include <systemd/sd-event.h>
+#include <time.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -40,6 +42,16 @@ int DispatchGuarded(sd_event_source* source, const char* what, Step step) noexce
     sd_event_exit(loop, EXIT_FAILURE);
   }
   return 0;
+}
+
+// The time on CLOCK_MONOTONIC in `usec` microseconds, for sd_event_add_time.
+// sd_event_add_time_relative counts from the time at which the loop woke up:
+// after work that took long, a timer set that way is due at once.
+inline std::uint64_t UsecFromNow(std::uint64_t usec) {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 +
+         static_cast<std::uint64_t>(now.tv_nsec) / 1000 + usec;
 }
 
 }  // namespace ipc

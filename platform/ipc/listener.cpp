@@ -17,6 +17,7 @@ namespace ipc {
 namespace {
 
 constexpr mode_t kSocketMode = 0660;
+constexpr std::uint64_t kPauseUsec = 1'000'000;
 
 [[noreturn]] void ThrowErrno(const std::filesystem::path& path, const char* operation) {
   throw std::system_error(errno, std::system_category(),
@@ -53,15 +54,6 @@ UniqueFd ListenAt(const std::filesystem::path& path) {
 
 UniqueFd OpenSpare() {
   return UniqueFd(open("/dev/null", O_RDONLY | O_CLOEXEC));
-}
-
-Peer CredentialsOf(int socket) {
-  ucred credentials{};
-  socklen_t size = sizeof(credentials);
-  if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &credentials, &size) < 0) {
-    throw std::system_error(errno, std::system_category(), "read credentials of a peer");
-  }
-  return {credentials.pid, credentials.uid, credentials.gid};
 }
 
 }  // namespace
@@ -104,13 +96,28 @@ void Listener::Accept() {
   }
 }
 
-// Left in the queue, the connection would wake the loop for ever.
+// Left in the queue, the connection would wake the loop for ever. Without the
+// spare it has to stay there, and the listener looks away for a while.
 void Listener::TurnAway() {
   spare_ = UniqueFd();
   UniqueFd refused(accept4(socket_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+  const bool was_taken = bool{refused};
   refused = UniqueFd();
   spare_ = OpenSpare();
-  std::fprintf(stderr, "connection at %s refused: out of file descriptors\n", path_.c_str());
+  std::fprintf(stderr, "connection at %s %s: out of file descriptors\n", path_.c_str(),
+               was_taken ? "refused" : "has to wait");
+  if (!was_taken) {
+    sd_event_source_set_enabled(source_.get(), SD_EVENT_OFF);
+    sd_event_source* pause = nullptr;
+    CheckEvent(sd_event_add_time_relative(sd_event_source_get_event(source_.get()), &pause,
+                                          CLOCK_MONOTONIC, kPauseUsec, 0, OnPauseOver, this),
+               "set a timer");
+    pause_.reset(pause);
+  }
+}
+
+int Listener::OnPauseOver(sd_event_source*, std::uint64_t, void* self) noexcept {
+  return sd_event_source_set_enabled(static_cast<Listener*>(self)->source_.get(), SD_EVENT_ON);
 }
 
 }  // namespace ipc

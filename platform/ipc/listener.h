@@ -10,16 +10,10 @@
 #include <functional>
 
 #include "event_source.h"
+#include "peer.h"
 #include "unique_fd.h"
 
 namespace ipc {
-
-// Credentials of a peer process at the time it connected.
-struct Peer {
-  pid_t pid = 0;
-  uid_t uid = 0;
-  gid_t gid = 0;
-};
 
 class Listener {
  public:
@@ -41,6 +35,7 @@ class Listener {
 
  private:
   static int OnReadable(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
+  static int OnPauseOver(sd_event_source* source, std::uint64_t now, void* self) noexcept;
   void Accept();
   void TurnAway();
 
@@ -49,6 +44,7 @@ class Listener {
   UniqueFd spare_;  // given up to turn a peer away when descriptors run out
   AcceptHandler on_accept_;
   EventSource source_;
+  EventSource pause_;
 };
 
 }  // namespace ipc

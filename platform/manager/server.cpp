@@ -43,7 +43,7 @@ void TurnAway(int socket, const std::string& reason) {
 
 }  // namespace
 
-Server::Server(sd_event* loop, const std::filesystem::path& socket, const Owner& owner,
+Server::Server(sd_event* loop, const std::filesystem::path& socket, const ipc::Owner& owner,
                HeldConfiguration& held, ContinuityCheck& check, const LogCategory& log)
     : loop_(loop),
       owner_(owner),
@@ -62,7 +62,7 @@ Server::~Server() {
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
-  if (!MayConnect(peer, owner_)) {
+  if (!ipc::MayConnect(peer, owner_)) {
     const std::string reason = fmt::format(
         "process {} of user {} and group {} may not use the CFM manager: run it as root, as user "
         "{} or with group {}",

@@ -18,7 +18,6 @@
 #include "listener.h"
 #include "log_category.h"
 #include "manager.pb.h"
-#include "peer_policy.h"
 #include "session.h"
 #include "status_feed.h"
 
@@ -28,7 +27,7 @@ class Server {
  public:
   // Listens at `socket`; `held` and `check` are borrowed. Throws
   // std::system_error.
-  Server(sd_event* loop, const std::filesystem::path& socket, const Owner& owner,
+  Server(sd_event* loop, const std::filesystem::path& socket, const ipc::Owner& owner,
          HeldConfiguration& held, ContinuityCheck& check, const LogCategory& log);
   ~Server();
 
@@ -55,7 +54,7 @@ class Server {
   void ShowTo(const std::vector<Session*>& observers);
 
   sd_event* loop_;
-  Owner owner_;
+  ipc::Owner owner_;
   HeldConfiguration& held_;
   ContinuityCheck& check_;
   LogCategory log_;

@@ -14,6 +14,12 @@ namespace {
 
 constexpr std::uint32_t kProtocolVersion = 1;
 constexpr std::uint64_t kTimerAccuracyUsec = 1000;
+constexpr std::chrono::seconds kRetryDelay{1};
+
+// Nobody listens: there is no socket, or one that a dead manager left.
+bool IsAbsence(const std::error_code& code) {
+  return code == std::errc::no_such_file_or_directory || code == std::errc::connection_refused;
+}
 
 }  // namespace
 
@@ -51,9 +57,13 @@ void ManagerConnection::TryConnect() {
   try {
     Introduce(ipc::ConnectUnix(path_));
   } catch (const std::system_error& error) {
-    // The watch goes on, so the next manager is found whatever this was.
     channel_.reset();
     ReportTrouble(std::string("waiting for the CFM manager: ") + error.what());
+    // The watch goes on and finds the next manager. Where it is not the manager
+    // that is missing, nothing will appear, and it is tried again by time.
+    if (!IsAbsence(error.code())) {
+      SearchAfter(kRetryDelay);
+    }
   }
 }
 

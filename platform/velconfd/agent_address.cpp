@@ -2,16 +2,24 @@
 
 #include <confd_lib.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "agent_error.h"
 
 namespace velconfd {
+namespace {
+
+// The agent answers a call at once, or after the commit that it is busy with,
+// for which its own patience is 10 s by default. One that takes longer hangs,
+// and must not keep this program from anything else for good.
+constexpr timeval kPatience{.tv_sec = 15, .tv_usec = 0};
+
+}  // namespace
 
 AgentAddress::AgentAddress(const std::filesystem::path& path, std::string name)
     : client_name(std::move(name)) {
@@ -35,7 +43,10 @@ void ThrowNotConnected(const AgentAddress& agent, int result, const char* operat
 int NewAgentSocket() {
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) {
-    throw std::system_error(errno, std::generic_category(), "socket for the agent");
+    throw AgentError(std::string("socket for the agent: ") + std::strerror(errno));
+  }
+  for (const int direction : {SO_RCVTIMEO, SO_SNDTIMEO}) {
+    setsockopt(fd, SOL_SOCKET, direction, &kPatience, sizeof(kPatience));
   }
   return fd;
 }

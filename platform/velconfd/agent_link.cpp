@@ -1,6 +1,7 @@
 #include "agent_link.h"
 
 #include <paths.h>
+#include <unistd.h>
 
 #include <exception>
 #include <utility>
@@ -14,6 +15,7 @@ namespace {
 // An agent that is there and yet fails the connection is tried again by time,
 // because its socket will not appear a second time.
 constexpr std::uint64_t kRetryUsec = 500'000;
+constexpr std::uint64_t kSlowRetryUsec = 5'000'000;
 
 }  // namespace
 
@@ -163,6 +165,10 @@ void AgentLink::Await(const AgentError& error) {
   }
   if (dynamic_cast<const AgentAbsent*>(&error) == nullptr) {
     retry_ = CallLater(loop_, kRetryUsec, OnRetry, this);
+  } else if (access(interface_.Agent().Path(), F_OK) == 0) {
+    // Most likely left by an agent that died, and the next one will put its
+    // own in the place; but it may be that just this attempt went wrong.
+    retry_ = CallLater(loop_, kSlowRetryUsec, OnRetry, this);
   }
 }
 

@@ -28,10 +28,12 @@ ipc::EventSource WatchSocket(sd_event* loop, int fd, sd_event_io_handler_t handl
 ipc::EventSource CallLater(sd_event* loop, std::uint64_t usec, sd_event_time_handler_t handler,
                            void* userdata) {
   sd_event_source* source = nullptr;
-  ipc::CheckEvent(
-      sd_event_add_time_relative(loop, &source, CLOCK_MONOTONIC, usec, 0, handler, userdata),
-      "set a timer for the agent");
-  return AtAgentPriority(source);
+  ipc::CheckEvent(sd_event_add_time(loop, &source, CLOCK_MONOTONIC, ipc::UsecFromNow(usec), 0,
+                                    handler, userdata),
+                  "set a timer for the agent");
+  // At the normal priority: whoever wants the process to end is heard between
+  // two attempts that block.
+  return ipc::EventSource(source);
 }
 
 }  // namespace velconfd

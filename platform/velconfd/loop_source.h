@@ -1,4 +1,5 @@
-// The framework's sources in the middleware loop, at the agent's priority.
+// The framework's sources in the middleware loop: sockets at the agent's
+// priority, timers at the normal one.
 #ifndef VELCONFD_LOOP_SOURCE_H
 #define VELCONFD_LOOP_SOURCE_H
 

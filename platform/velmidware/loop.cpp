@@ -13,6 +13,7 @@
 #include "handle.h"
 #include "log_output.h"
 #include "paths.h"
+#include "unix_address.h"
 #include "velmidware_loop.h"
 
 namespace {
@@ -35,10 +36,19 @@ ipc::EventSource EndLoopOn(sd_event* loop, int signal) {
   return ipc::EventSource(source);
 }
 
+// The sockets in it are what the process is going to need, and their paths
+// have little room.
+std::filesystem::path UsableRuntimeDirectory() {
+  for (const auto& path : {ipc::AgentSocket(), ipc::ManagerSocket()}) {
+    static_cast<void>(ipc::UnixAddress(path));
+  }
+  return ipc::RuntimeDirectory();
+}
+
 }  // namespace
 
 velmw_handle::velmw_handle(const std::string& name)
-    : lock(ipc::RuntimeDirectory(), name),
+    : lock(UsableRuntimeDirectory(), name),
       loop(NewLoop()),
       terminate(EndLoopOn(loop.get(), SIGTERM)),
       interrupt(EndLoopOn(loop.get(), SIGINT)) {

@@ -76,7 +76,9 @@ TEST_F(Candidate, IsRefusedWhenRunningHasMovedOn) {
   EXPECT_THAT(reply.errors(0).message(),
               AllOf(HasSubstr("commit 1"), HasSubstr("commit 2"), HasSubstr("discard")));
   EXPECT_TRUE(front_.Status().candidate_open());
-  EXPECT_EQ(front_.DiffCandidate().diff(0).old_value(), "5");
+  EXPECT_EQ(front_.ValidateCandidate().errors_size(), 1);
+  // Its own edits, not those of others since.
+  EXPECT_EQ(front_.DiffCandidate().diff(0).old_value(), "3");
 }
 
 TEST_F(Candidate, ThatNobodyHasOpenedCannotBeCommitted) {

@@ -141,15 +141,6 @@ TEST(Process, AnotherVersionOfTheProtocolIsRefused) {
   EXPECT_THAT(reply.error(), HasSubstr("version 1"));
 }
 
-TEST(Process, OnlyTheAgentsUserItsGroupAndRootMayConnect) {
-  const uid_t user = geteuid();
-  const gid_t group = getegid();
-  EXPECT_TRUE(MayConnect({1, user, group + 1}));
-  EXPECT_TRUE(MayConnect({1, 0, group + 1}));
-  EXPECT_TRUE(MayConnect({1, user + 1, group}));
-  EXPECT_FALSE(MayConnect({1, user + 1, group + 1}));
-}
-
 // What a confused or hostile peer sends on a connection of that role.
 struct Nuisance {
   const char* name;

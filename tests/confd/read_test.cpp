@@ -248,7 +248,6 @@ TEST_F(Read, TheTransactionIdIsInOrderOfWeight) {
   EXPECT_EQ(txid.s1, 7U);
   EXPECT_EQ(txid.s2, 9U);
   EXPECT_EQ(txid.s3, 0U);
-  EXPECT_EQ(cdb_set_namespace(Fd(), 0x76d9c9b9), CONFD_OK);
 }
 
 TEST(Session, ALockThatIsTakenIsTold) {

@@ -187,7 +187,14 @@ TEST_F(ConfigLoad, AMepWhoseIdCannotBeReadIsSkipped) {
                  "Error loading initial config for MEP index 0 (MD 'east' MA 'blue'): no luck"));
 }
 
-TEST_F(ConfigLoad, AssociationsAndMepsThatCannotBeCountedAreNone) {
+TEST_F(ConfigLoad, AssociationsThatCannotBeCountedAreNone) {
+  Fill();
+  fake::FailCdb("/config/oam/cfm/md[0]/ma", "gone");
+  EXPECT_THAT(Load().at("east").mas, IsEmpty());
+  EXPECT_THAT(fake::LogTexts(), ElementsAre(kLoading));
+}
+
+TEST_F(ConfigLoad, MepsThatCannotBeCountedAreNone) {
   Fill();
   fake::FailCdb("/config/oam/cfm/md[0]/ma[0]/mep", "gone");
   EXPECT_THAT(Load().at("east").mas.at("blue").meps, IsEmpty());

@@ -5,7 +5,6 @@
 
 #include "hierarchy_diff.h"
 #include "interface_check.h"
-#include "peer_policy.h"
 #include "random_hierarchy.h"
 
 namespace {
@@ -104,14 +103,6 @@ TEST(HeldConfiguration, TheLogLineShowsTheFirstWarning) {
   EXPECT_EQ(cfm::AppliedText(held, changes),
             "configuration 9: 1 MDs (+1 -0 ~0), 1 MAs (+1 -0 ~0), 2 MEPs (+2 -0 ~0); 2 warning(s), "
             "the first: MEP 1 of MA ma0 of MD east: no interface with logical id 4");
-}
-
-TEST(PeerPolicy, LetsRootTheOwnUserAndTheOwnGroupIn) {
-  const cfm::Owner owner{.uid = 100, .gid = 200};
-  EXPECT_TRUE(cfm::MayConnect({.pid = 1, .uid = 0, .gid = 0}, owner));
-  EXPECT_TRUE(cfm::MayConnect({.pid = 1, .uid = 100, .gid = 5}, owner));
-  EXPECT_TRUE(cfm::MayConnect({.pid = 1, .uid = 5, .gid = 200}, owner));
-  EXPECT_FALSE(cfm::MayConnect({.pid = 1, .uid = 200, .gid = 100}, owner));
 }
 
 }  // namespace

@@ -103,6 +103,26 @@ TEST_F(BadInput, AConfigurationThatBreaksTheModelIsRefused) {
   ExpectRefused({"set", "md{metro}/ma{ring-east}/remote-meps", "1"}, 1, "remote-meps");
 }
 
+TEST_F(BadInput, AnEntryThatADocumentHoldsTwiceIsRefused) {
+  ExpectRefused(
+      {"load", WriteFile("twice.json", R"({"element-cfm:config":{"oam":{"cfm":{"md":[)"
+                                       R"({"id":"x","level":1},{"id":"x","level":2}]}}}})")},
+      1, "twice");
+}
+
+TEST_F(BadInput, ADocumentThatIsWrongAllOverIsRefusedAndTheNextCommitWorks) {
+  std::string document =
+      R"({"element-cfm:config":{"oam":{"cfm":{"md":[{"id":"x","level":1,"ma":[{"id":"y",)"
+      R"("ccm-interval":"1s","primary-vlan-id":1,"vlan-list":[)";
+  for (int i = 0; i < 200000; ++i) {
+    document += "9999,";
+  }
+  ExpectRefused({"load", WriteFile("wrong.json", document + "1]}]}]}}}}")}, 1, "more problems");
+  ExpectRefused({"set", "md{metro}/level", "9"}, 1, "level");
+  EXPECT_EQ(element_.Cfmctl({"set", "md{metro}/level", "1"}).status, 0);
+  EXPECT_EQ(element_.Cfmctl({"set", "md{metro}/level", "4"}).status, 0);
+}
+
 TEST_F(BadInput, AFileThatIsNotThereIsNamed) {
   ExpectRefused({"load", "/nonexistent/file.xml"}, 2, "/nonexistent/file.xml");
 }

@@ -78,6 +78,25 @@ TEST_F(ConfigurationPath, AnEmptyConfigurationIsHandedOverToo) {
   EXPECT_THAT(Held(), Not(HasSubstr("metro")));
 }
 
+TEST_F(ConfigurationPath, WhatIsShownCanBeLoadedAgainEvenWhenItIsNothing) {
+  for (const std::string format : {"xml", "json"}) {
+    const std::string whole = element_.Cfmctl({"get", "--format", format}).output;
+    ASSERT_EQ(element_.Cfmctl({"delete", "md{metro}", "md{customer}"}).status, 0);
+    const std::string nothing = element_.Cfmctl({"get", "--format", format}).output;
+    ASSERT_EQ(element_.Cfmctl({"load", "--replace", "-"}, whole).status, 0);
+    EXPECT_EQ(element_.Cfmctl({"get", "--format", format}).output, whole);
+    const CommandResult emptied = element_.Cfmctl({"load", "--replace", "-"}, nothing);
+    EXPECT_EQ(emptied.status, 0) << nothing << emptied.error;
+    EXPECT_EQ(element_.Cfmctl({"get", "--format", format}).output, nothing);
+    ASSERT_EQ(element_.Cfmctl({"load", "--replace", "-"}, whole).status, 0);
+  }
+  EXPECT_EQ(element_.Verify().status, 0);
+}
+
+TEST_F(ConfigurationPath, ACommitOfWhatIsThereAlreadyChangesNothing) {
+  EXPECT_THAT(element_.Cfmctl({"load", EXAMPLE}).output, HasSubstr("nothing to change"));
+}
+
 TEST_F(ConfigurationPath, AnIdThatMovesBetweenLocalAndRemoteEndsUpWhereItBelongs) {
   const CommandResult moved =
       element_.Cfmctl({"edit", "delete", "md{metro}/ma{ring-east}/mep{3}", "merge",

@@ -23,6 +23,10 @@ Element::Element() {
                   {"CFM_LOG", "stderr"}};
 }
 
+void Element::SetInterfaces(const std::string& table) {
+  std::ofstream(directory_.Path() / "interfaces") << table;
+}
+
 Process& Element::Start(std::unique_ptr<Process>& slot, const std::string& name,
                         const std::vector<std::string>& command) {
   slot.reset();

@@ -18,6 +18,8 @@ class Element {
  public:
   // Nothing runs yet. The interface table has the interfaces of docs/example.xml.
   Element();
+  // Another table for processes that start from now on.
+  void SetInterfaces(const std::string& table);
 
   // Starts a daemon that does not run; the old log goes on. Does not wait for
   // readiness.

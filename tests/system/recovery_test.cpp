@@ -7,6 +7,8 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include <filesystem>
+
 #include "element.h"
 #include "front_end.h"
 
@@ -120,6 +122,32 @@ TEST_F(Recovery, ADaemonThatHangsIsDisconnectedAndTheCommitSaysSo) {
   element_.Daemon().Signal(SIGCONT);
   EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
   RestartDaemonAndVerify();
+}
+
+TEST_F(Recovery, AnAgentThatIsAskedToEndWhileACommitIsAnnouncedEndsCleanly) {
+  element_.Daemon().Signal(SIGSTOP);
+  const auto commit = element_.StartCfmctl({"set", "md{metro}/level", "7"});
+  AwaitCommitInProgress();
+  EXPECT_EQ(element_.Agent().Stop(), 0) << element_.Agent().Log();
+  EXPECT_EQ(commit->AwaitExit(), 3);
+  ASSERT_TRUE(element_.StartAgent().AwaitReady());
+  element_.Daemon().Signal(SIGCONT);
+  EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
+  RestartDaemonAndVerify();
+  EXPECT_THAT(element_.Cfmctl({"get", "md{metro}/level", "--format", "xml"}).output,
+              HasSubstr("<level>7</level>"));
+}
+
+TEST_F(Recovery, ADatabaseThatWasTakenAwayRefusesCommitsUntilItIsBack) {
+  const std::filesystem::path file = element_.Directory() / "state" / "running.db";
+  const std::filesystem::path aside = element_.Directory() / "state" / "aside.db";
+  std::filesystem::rename(file, aside);
+  const CommandResult refused = SetLevel("7");
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.error, HasSubstr(file.string()));
+  std::filesystem::rename(aside, file);
+  ASSERT_EQ(SetLevel("7").status, 0);
+  EXPECT_EQ(element_.Verify().status, 0);
 }
 
 // A full disk, as far as the agent can tell: its files may not grow.

@@ -14,7 +14,7 @@ namespace cfmctl {
 namespace {
 
 constexpr const char* kExitStatusHelp =
-    "Exit status: 0 done; 1 refused, or a difference was found; 2 wrong usage or input file;\n"
+    "Exit status: 0 done; 1 refused, or a difference was found; 2 wrong usage or unreadable file;\n"
     "3 agent or manager not reachable; 4 timed out.\n\n"
     "Examples:\n"
     "  cfmctl load --replace all.xml && cfmctl verify\n"

@@ -1,4 +1,3 @@
-#include <fmt/ostream.h>
 #include <CLI/CLI.hpp>
 
 #include "command.h"
@@ -11,8 +10,8 @@ void CommitCandidate(const Environment& environment) {
   cfm::agent::Request request;
   request.mutable_commit_candidate();
   const cfm::agent::Reply reply = environment.ConnectAgent().Commit(request);
-  CheckReply(environment, reply, "the commit was refused, nothing was changed");
-  fmt::print(environment.out, "committed: transaction {}\n", reply.txid());
+  CheckReply(environment, reply, kCommitRefused);
+  ReportCommit(environment, reply);
 }
 
 }  // namespace

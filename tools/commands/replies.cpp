@@ -22,4 +22,12 @@ void PrintWarnings(const Environment& environment, const std::vector<std::string
   }
 }
 
+void ReportCommit(const Environment& environment, const cfm::agent::Reply& reply) {
+  if (reply.nothing_changed()) {
+    fmt::print(environment.out, "nothing to change: still transaction {}\n", reply.txid());
+  } else {
+    fmt::print(environment.out, "committed: transaction {}\n", reply.txid());
+  }
+}
+
 }  // namespace cfmctl

@@ -16,6 +16,10 @@ void CheckReply(const Environment& environment, const cfm::agent::Reply& reply,
                 const std::string& refusal);
 
 void PrintWarnings(const Environment& environment, const std::vector<std::string>& warnings);
+inline constexpr const char* kCommitRefused = "the commit was refused, nothing was changed";
+
+// Says what came of a commit that was not refused.
+void ReportCommit(const Environment& environment, const cfm::agent::Reply& reply);
 
 }  // namespace cfmctl
 

@@ -58,7 +58,7 @@ Wording ToWording(agent::Edit::Target target) {
     case agent::Edit::TEST_ONLY:
       return {"valid; nothing was changed\n", "not valid; nothing was changed"};
     default:
-      return {"committed: transaction {}\n", "the commit was refused, nothing was changed"};
+      return {"", kCommitRefused};
   }
 }
 
@@ -82,7 +82,11 @@ void Submit(const Environment& environment, const agent::Edit& edit) {
   const agent::Reply reply = commits ? client.Commit(request) : client.Ask(request);
   const Wording wording = ToWording(edit.target());
   CheckReply(environment, reply, wording.refusal);
-  fmt::print(environment.out, fmt::runtime(wording.success), reply.txid());
+  if (commits) {
+    ReportCommit(environment, reply);
+  } else {
+    fmt::print(environment.out, "{}", wording.success);
+  }
 }
 
 void Submit(const Environment& environment, const std::vector<Edit>& edits, bool candidate) {

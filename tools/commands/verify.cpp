@@ -32,6 +32,13 @@ std::vector<std::string> ToLines(const std::vector<Difference>& differences) {
   if (differences.size() > shown) {
     lines.push_back(fmt::format("and {} more", differences.size() - shown));
   }
+  if (std::ranges::any_of(differences, [](const Difference& difference) {
+        return difference.field == "logical-interface-id";
+      })) {
+    lines.emplace_back(
+        "the daemon takes interface ids when it reads a MEP: after a change of the interface table "
+        "restart cfm-app");
+  }
   return lines;
 }
 

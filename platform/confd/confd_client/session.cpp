@@ -70,11 +70,6 @@ int cdb_end_session(int sock) {
   return confd::OnConnection(sock, CDB_DATA_SOCKET, confd::EndSession);
 }
 
-int cdb_set_namespace(int sock, int /*hashed_ns*/) {
-  // The agent has one model, so a path needs no namespace.
-  return confd::OnConnection(sock, CDB_DATA_SOCKET, [](confd::Connection&) { return CONFD_OK; });
-}
-
 int cdb_get_txid(int sock, struct cdb_txid* txid) {
   return confd::OnConnection(sock, CDB_DATA_SOCKET, [&](confd::Connection& connection) {
     return confd::ReadTxid(connection, txid);

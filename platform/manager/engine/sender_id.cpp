@@ -61,6 +61,7 @@ bool TakeManagementAddress(ByteReader& reader) {
 
 Bytes EncodeSenderId(const std::string& text) {
   Bytes value;
+  value.reserve(text.size() + 3);
   AppendU8(value, static_cast<unsigned>(text.size()));
   AppendU8(value, kLocallyAssigned);
   AppendBytes(value, text);
