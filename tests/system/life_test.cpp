@@ -66,6 +66,7 @@ TEST(Life, TheOrderOfStartingDoesNotMatter) {
   element.StartDaemon();
   element.StartManager();
   element.StartAgent();
+  ASSERT_TRUE(element.Manager().AwaitReady()) << element.Manager().Log();
   ASSERT_TRUE(element.Daemon().AwaitReady()) << element.Daemon().Log();
   EXPECT_EQ(element.Verify().status, 0);
 }
