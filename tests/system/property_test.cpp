@@ -172,7 +172,19 @@ class Property : public testing::Test {
       EXPECT_TRUE(RunUntil([&] { return client_->applied == applied + 1; }));
     }
     client_->forward = true;
+    AwaitOneSubscriber();
     return std::exchange(client_->mirror, grown);
+  }
+
+  // Until the agent has seen that the fresh daemon is gone, the next commit
+  // would announce itself to it too, and warn that it was lost.
+  void AwaitOneSubscriber() {
+    test::FrontEnd watcher(element_.RuntimeDirectory());
+    cfm::agent::Request watch;
+    watch.mutable_watch_status();
+    watcher.Send(watch);
+    while (watcher.Receive().status().subscribers_size() > 1) {
+    }
   }
 
   test::Element element_;
