@@ -36,8 +36,9 @@ class Client {
   // Asks for the statistics of every MEP: statistics notifications, then one
   // HandleStatisticsFinished. The result tells nothing.
   virtual int RequestStatistics();
-  // Clears counters. Null names and MEP 0 stand for all. The result tells
-  // nothing.
+  // Clears counters. Null names and MEP 0 stand for all. What is cleared while
+  // requests are open is told again before the next of them is finished: as
+  // zeros where the manager told nothing since. The result tells nothing.
   virtual int ClearStatistics(const char* md, const char* ma, unsigned short mep);
 
  private:

@@ -11,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "cleared_statistics.h"
 #include "configuration_queue.h"
 #include "frame.h"
 #include "log_category.h"
@@ -82,6 +83,8 @@ class Client::Impl {
   void OnAgentBack();
   void OnLost() noexcept;
   void Invalidate() noexcept;
+  void Finish() noexcept;
+  void TellZeros(const RecordName& name);
   template <typename Call>
   void Notify(Call call) noexcept;
   // Runs a request of the user; what goes wrong with it is for the log.
@@ -93,6 +96,7 @@ class Client::Impl {
   ReceivedInformationHandler* receiver_;
   LogCategory log_{"cfm_mgr_client"};
   bool connected_ = false;
+  ClearedStatistics cleared_;
   StatisticsRequests requests_;
   StatusRelay relay_;
   ConfigurationQueue configurations_;
@@ -103,8 +107,7 @@ class Client::Impl {
 Client::Impl::Impl(velmw_t* middleware, ReceivedInformationHandler* receiver)
     : middleware_(middleware),
       receiver_(receiver),
-      requests_(velmw::EventLoop(middleware),
-                [this] { Notify([this] { receiver_->HandleStatisticsFinished(); }); }),
+      requests_(velmw::EventLoop(middleware), [this] { Finish(); }),
       relay_(requests_),
       configurations_([this](const manager::FromClient& message) { connection_.Send(message); }),
       connection_(velmw::EventLoop(middleware), ipc::ManagerSocket(), log_, ConnectionHandlers()),
@@ -162,6 +165,7 @@ void Client::Impl::OnApplied(const manager::Applied& applied) {
 void Client::Impl::OnLocalStatus(const manager::LocalStatus& message) {
   relay_.Status([this, status = Decode(message)] {
     Notify([&] {
+      cleared_.Published(status.name);
       receiver_->HandleStatusLocalMep(status.name.md, status.name.ma, status.name.mep,
                                       status.record);
     });
@@ -171,6 +175,7 @@ void Client::Impl::OnLocalStatus(const manager::LocalStatus& message) {
 void Client::Impl::OnRemoteStatus(const manager::RemoteStatus& message) {
   relay_.Status([this, status = Decode(message)] {
     Notify([&] {
+      cleared_.Published(status.name);
       receiver_->HandleStatusRemoteMep(status.name.md, status.name.ma, status.name.mep,
                                        status.name.remote, status.record);
     });
@@ -180,6 +185,7 @@ void Client::Impl::OnRemoteStatus(const manager::RemoteStatus& message) {
 void Client::Impl::OnRemoved(const manager::MepName& message) {
   relay_.Removal([this, name = DecodeName(message)] {
     Notify([&] {
+      cleared_.Removed(name);
       if (name.remote == 0) {
         receiver_->HandleRemovedLocalMep(name.md, name.ma, name.mep);
       } else {
@@ -191,6 +197,7 @@ void Client::Impl::OnRemoved(const manager::MepName& message) {
 
 void Client::Impl::OnLocalStatistics(const manager::LocalStatistics& message) {
   const Named<st_lmep_stats> statistics = Decode(message);
+  cleared_.Told(statistics.name);
   Notify([&] {
     receiver_->HandleStatisticsLocalMep(statistics.name.md, statistics.name.ma, statistics.name.mep,
                                         statistics.record);
@@ -199,6 +206,7 @@ void Client::Impl::OnLocalStatistics(const manager::LocalStatistics& message) {
 
 void Client::Impl::OnRemoteStatistics(const manager::RemoteStatistics& message) {
   const Named<st_rmep_stats> statistics = Decode(message);
+  cleared_.Told(statistics.name);
   Notify([&] {
     receiver_->HandleStatisticsRemoteMep(statistics.name.md, statistics.name.ma,
                                          statistics.name.mep, statistics.name.remote,
@@ -245,7 +253,25 @@ void Client::Impl::OnAgentBack() {
 
 void Client::Impl::Invalidate() noexcept {
   requests_.CompleteNow();
+  cleared_.NothingIsPublished();
   Notify([this] { receiver_->HandleStatusInvalidated(); });
+}
+
+void Client::Impl::Finish() noexcept {
+  Notify([this] {
+    for (const RecordName& name : cleared_.Take()) {
+      TellZeros(name);
+    }
+    receiver_->HandleStatisticsFinished();
+  });
+}
+
+void Client::Impl::TellZeros(const RecordName& name) {
+  if (name.remote == 0) {
+    receiver_->HandleStatisticsLocalMep(name.md, name.ma, name.mep, {});
+  } else {
+    receiver_->HandleStatisticsRemoteMep(name.md, name.ma, name.mep, name.remote, {});
+  }
 }
 
 // A receiver that fails has lost a notification: what is published would stay
@@ -306,6 +332,9 @@ int Client::Impl::ClearStatistics(const char* md, const char* ma, unsigned short
       clear.set_ma(ma);
     }
     clear.set_mep(mep);
+    if (requests_.AnyOpen()) {
+      cleared_.Clear(clear.md(), clear.ma(), mep);
+    }
     connection_.Send(message);
   });
 }

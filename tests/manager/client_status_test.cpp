@@ -178,6 +178,45 @@ TEST_F(ClientStatus, ALossFirstCompletesTheRequests) {
   EXPECT_THAT(Heard(), ElementsAre("finished", "finished", "invalidated"));
 }
 
+// Whoever waits for an answer finds counters whatever was cleared meanwhile.
+TEST_F(ClientStatus, ALossTellsZerosOfWhatWasClearedWhileRequestsWereOpen) {
+  Say({LocalStatus(1), LocalStatus(2), RemoteStatus(2, 7, cfm::RMEP_OK)});
+  client_->RequestStatistics();
+  client_->RequestStatistics();
+  client_->ClearStatistics(nullptr, "blue", 1);
+  client_->ClearStatistics("east", nullptr, 7);
+  client_->ClearStatistics("west", nullptr, 0);
+  receiver_.calls.clear();
+  manager_->CloseConnection();
+  ASSERT_TRUE(Await([&] { return manager_->Configurations().size() == 2; }));
+  EXPECT_THAT(Heard(),
+              ElementsAre("local statistics east blue 1 0", "remote statistics east blue 2 7 0",
+                          "finished", "finished", "invalidated"));
+}
+
+TEST_F(ClientStatus, WhatIsClearedInTheMidstOfAnAnswerIsToldAgainBeforeItsEnd) {
+  Say({LocalStatus(1), LocalStatus(2)});
+  client_->RequestStatistics();
+  Say({LocalStatistics(1, 3)});
+  receiver_.calls.clear();
+  client_->ClearStatistics(nullptr, nullptr, 0);
+  Say({LocalStatistics(2, 4), Finished(1)});
+  EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 2 4",
+                                   "local statistics east blue 1 0", "finished"));
+}
+
+TEST_F(ClientStatus, WhatIsClearedWhileNoRequestIsOpenNeedsNoZeros) {
+  Say({LocalStatus(1), LocalStatus(2)});
+  client_->ClearStatistics(nullptr, nullptr, 0);
+  client_->RequestStatistics();
+  Say({Removed(2)});
+  client_->ClearStatistics(nullptr, nullptr, 1);
+  Say({LocalStatistics(1, 3)});
+  receiver_.calls.clear();
+  Say({Finished(1)});
+  EXPECT_THAT(Heard(), ElementsAre("finished", "local removed east blue 2"));
+}
+
 TEST_F(ClientStatus, ARequestWithoutAManagerIsCompletedFromTheLoop) {
   manager_.reset();
   ASSERT_TRUE(Await([&] { return !receiver_.calls.empty(); }));
