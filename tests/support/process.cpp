@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/inotify.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -205,6 +206,13 @@ void Process::Signal(int signal) {
   }
 }
 
+void Process::Freeze() {
+  Signal(SIGSTOP);
+  siginfo_t stopped{};
+  while (waitid(P_PID, static_cast<id_t>(pid_), &stopped, WSTOPPED) < 0 && errno == EINTR) {
+  }
+}
+
 std::optional<int> Process::Stop() {
   Signal(SIGTERM);
   return AwaitExit();
@@ -213,6 +221,38 @@ std::optional<int> Process::Stop() {
 std::string Process::Log() const {
   std::ifstream file(log_path_);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+int Process::CountInLog(const std::string& text) const {
+  const std::string log = Log();
+  int count = 0;
+  for (std::size_t at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+// What was written before the watch began is found at the first look.
+bool Process::AwaitLog(const std::string& text, int times) const {
+  const ipc::UniqueFd watch(inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+  if (!watch || inotify_add_watch(watch.Get(), log_path_.c_str(), IN_MODIFY) < 0) {
+    Fail("cannot watch " + log_path_.string());
+  }
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (CountInLog(text) < times) {
+    pollfd events[] = {{watch.Get(), POLLIN, 0}, {pidfd_.Get(), POLLIN, 0}};
+    const int ready = poll(events, 2, Milliseconds(deadline));
+    if (ready == 0 || (ready < 0 && errno != EINTR)) {
+      return false;
+    }
+    if (events[1].revents != 0) {
+      return CountInLog(text) >= times;
+    }
+    char buffer[4096];
+    while (read(watch.Get(), buffer, sizeof buffer) > 0) {
+    }
+  }
+  return true;
 }
 
 CommandResult Run(const std::vector<std::string>& command,

@@ -43,10 +43,16 @@ class Process {
   // runs after kPatience.
   std::optional<int> AwaitExit();
   void Signal(int signal);
+  // SIGSTOP; returns when the process stands still. SIGCONT ends it.
+  void Freeze();
   // SIGTERM, then AwaitExit.
   std::optional<int> Stop();
   pid_t Pid() const { return pid_; }
   std::string Log() const;
+  int CountInLog(const std::string& text) const;
+  // Waits until the log holds the text that many times. False when the process
+  // ended before or patience ran out.
+  bool AwaitLog(const std::string& text, int times = 1) const;
 
  private:
   pid_t pid_ = -1;

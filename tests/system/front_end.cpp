@@ -1,14 +1,28 @@
 #include "front_end.h"
 
+#include <sys/socket.h>
+#include <sys/time.h>
+
 #include <stdexcept>
 
 #include "connect.h"
 #include "frame.h"
+#include "process.h"
 
 namespace test {
 
+cfm::agent::Request ReadOf(const std::string& path) {
+  cfm::agent::Request request;
+  request.mutable_get()->set_datastore(cfm::agent::DATASTORE_OPERATIONAL);
+  request.mutable_get()->set_path(path);
+  request.mutable_get()->set_format(cfm::agent::FORMAT_TREE);
+  return request;
+}
+
 FrontEnd::FrontEnd(const std::filesystem::path& runtime_directory)
     : socket_(ipc::ConnectUnix(runtime_directory / "agentd.sock")) {
+  const timeval patience{.tv_sec = kPatience.count(), .tv_usec = 0};
+  setsockopt(Fd(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   cfm::agent::Hello hello;
   hello.set_version(1);
   hello.set_role(cfm::agent::ROLE_FRONT_END);

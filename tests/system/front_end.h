@@ -5,12 +5,17 @@
 #include <agent.pb.h>
 
 #include <filesystem>
+#include <string>
 
 #include "unique_fd.h"
 
 namespace test {
 
-// One blocking connection. Throws what the ipc library throws.
+// A request for status below an instance path, as a tree.
+cfm::agent::Request ReadOf(const std::string& path);
+
+// One blocking connection. Throws what the ipc library throws, and when an
+// answer takes longer than kPatience.
 class FrontEnd {
  public:
   explicit FrontEnd(const std::filesystem::path& runtime_directory);

@@ -7,34 +7,24 @@
 
 #include <fstream>
 
+#include "continuity.h"
 #include "element.h"
 
 namespace {
 
-using test::CommandResult;
 using test::Element;
 using testing::HasSubstr;
 using testing::Not;
 
-// One MEP of the MA "gold", and the id of the one at the other end.
-std::string Document(int mep, int remote) {
-  return R"({"element-cfm:config":{"oam":{"cfm":{"md":[{"id":"provider","level":5,"ma":[{)"
-         R"("id":"gold","ccm-interval":"1s","primary-vlan-id":100,"vlan-list":[100],)"
-         R"("remote-meps":[)" +
-         std::to_string(remote) + R"(],"mep":[{"id":)" + std::to_string(mep) +
-         R"(,"interface":"eth1","direction":"down","continuity-check":{"cci-enabled":[null]}}]}]}]}}}})";
-}
-
 class TwoElements : public testing::Test {
  protected:
   void SetUp() override {
-    const std::string table = "eth1 1 wire " + Wire() + "\n";
     for (Element* element : {&left_, &right_}) {
-      element->SetInterfaces(table);
+      element->SetInterfaces(test::TableOfWire(Wire()));
       element->StartAll();
     }
-    ASSERT_EQ(left_.Cfmctl({"load", "-"}, Document(1, 2)).status, 0);
-    ASSERT_EQ(right_.Cfmctl({"load", "-"}, Document(2, 1)).status, 0);
+    test::Configure(left_, {.meps = {1}, .remotes = {2}});
+    test::Configure(right_, {.meps = {2}, .remotes = {1}});
     ExpectSoon(left_, "state=rmep-ok");
     ExpectSoon(right_, "state=rmep-ok");
   }
@@ -44,8 +34,7 @@ class TwoElements : public testing::Test {
   void Mend() { std::filesystem::remove(Wire() + ".cut"); }
 
   static void ExpectSoon(Element& element, const std::string& condition) {
-    const CommandResult result = element.Cfmctl({"watch", "--until", condition, "--timeout", "25"});
-    EXPECT_EQ(result.status, 0) << condition << '\n' << result.output << result.error;
+    test::ExpectSoon(element, {condition});
   }
   static std::string Statistics(Element& element) {
     return element.Cfmctl({"show", "statistics", "--format", "json"}).output;
