@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "ccm.h"
@@ -56,8 +57,7 @@ class InjectedCcm : public testing::Test {
     test::Configure(element_, {.meps = {1}, .remotes = {2}});
     test::ExpectRecordsSoon(element_);
     peer_.emplace(Wire());
-    Say(GoodCcm());
-    ExpectSoon(element_, {"state=rmep-ok"});
+    ExpectAfter({GoodCcm()}, {"state=rmep-ok"});
   }
   void TearDown() override {
     EXPECT_THAT(element_.Daemon().Log(), Not(HasSubstr("severity=1")));
@@ -67,7 +67,20 @@ class InjectedCcm : public testing::Test {
   }
 
   std::filesystem::path Wire() const { return element_.Directory() / "wire"; }
-  void Say(const Ccm& ccm) const { peer_->Send(Frame(ccm)); }
+  // The conditions hold at some time after the CCMs. Who watches from before
+  // they come sees also what passes.
+  void ExpectAfter(const std::vector<Ccm>& ccms, const std::vector<std::string>& conditions) {
+    std::vector<std::string> arguments = {"watch", "--timeout", "25"};
+    for (const std::string& condition : conditions) {
+      arguments.insert(arguments.end(), {"--until", condition});
+    }
+    const auto watch = element_.StartCfmctl(arguments);
+    ASSERT_TRUE(watch->AwaitLog("watching")) << watch->Log();
+    for (const Ccm& ccm : ccms) {
+      peer_->Send(Frame(ccm));
+    }
+    EXPECT_EQ(watch->AwaitExit(), 0) << watch->Log();
+  }
 
   Element element_;
   std::optional<test::WirePeer> peer_;
@@ -76,27 +89,20 @@ class InjectedCcm : public testing::Test {
 TEST_F(InjectedCcm, RdiInOneDirectionIsADefectHereUntilItEnds) {
   Ccm ccm = GoodCcm();
   ccm.rdi = true;
-  Say(ccm);
-  ExpectSoon(element_, {"defects=A", "rx-rdi=true"});
   // A peer's RDI is not answered with one: the two would keep each other at it.
-  ExpectSoon(element_, {"tx-rdi=false"});
-  Say(GoodCcm());
-  ExpectSoon(element_, {"defects=-", "rx-rdi=false"});
+  ExpectAfter({ccm}, {"defects=A", "rx-rdi=true", "tx-rdi=false"});
+  ExpectAfter({GoodCcm()}, {"defects=-", "rx-rdi=false"});
 }
 
 TEST_F(InjectedCcm, AStatusThatIsNotUpIsAMacStatusDefectUntilItIs) {
   Ccm blocked = GoodCcm();
   blocked.port_status = cfm::PortStatus::kBlocked;
-  Say(blocked);
-  ExpectSoon(element_, {"defects=S", "rx-port-status-tlv=blocked"});
-  Say(GoodCcm());
-  ExpectSoon(element_, {"defects=-", "rx-port-status-tlv=up"});
+  ExpectAfter({blocked}, {"defects=S", "rx-port-status-tlv=blocked"});
+  ExpectAfter({GoodCcm()}, {"defects=-", "rx-port-status-tlv=up"});
   Ccm down = GoodCcm();
   down.interface_status = cfm::InterfaceStatus::kIsDown;
-  Say(down);
-  ExpectSoon(element_, {"defects=S", "rx-interface-status-tlv=down"});
-  Say(GoodCcm());
-  ExpectSoon(element_, {"defects=-", "rx-interface-status-tlv=up"});
+  ExpectAfter({down}, {"defects=S", "rx-interface-status-tlv=down"});
+  ExpectAfter({GoodCcm()}, {"defects=-", "rx-interface-status-tlv=up"});
 }
 
 // Each is held for 3.5 of the sender's intervals: all are seen together, with
@@ -106,12 +112,10 @@ TEST_F(InjectedCcm, EveryDefectIsShownAndGoes) {
   foreign.maid = cfm::engine::MakeMaid("provider", "silver").value();
   Ccm unexpected = GoodCcm();
   unexpected.mep_id = 3;
-  Say(foreign);
-  Say(unexpected);
-  ExpectSoon(element_, {"defects=IX", "highest-priority-defect=X", "tx-rdi=true"});
-  ExpectSoon(element_, {"defects=R"});
-  Say(GoodCcm());
-  ExpectSoon(element_, {"defects=-", "highest-priority-defect=-", "tx-rdi=false"});
+  ExpectAfter({foreign, unexpected},
+              {"defect=I", "defect=X", "highest-priority-defect=X", "tx-rdi=true"});
+  ExpectSoon(element_, {"defects=R", "highest-priority-defect=R", "state=rmep-failed"});
+  ExpectAfter({GoodCcm()}, {"defects=-", "highest-priority-defect=-", "tx-rdi=false"});
 }
 
 using Change = std::function<void(Bytes&)>;
@@ -173,8 +177,7 @@ TEST_F(InjectedCcm, MalformedOnesAreDiscardedAndChangeNothing) {
   // They are worked in order: who sees this one has seen them all.
   Ccm last = GoodCcm();
   last.rdi = true;
-  Say(last);
-  ExpectSoon(element_, {"state=rmep-ok", "rx-rdi=true", "defects=A"});
+  ExpectAfter({last}, {"state=rmep-ok", "rx-rdi=true", "defects=A"});
   EXPECT_EQ(test::Counter(element_, "mep-ccms-received"), 1);
   EXPECT_EQ(test::Counter(element_, "rmep-ccms-received"), 1);
   EXPECT_EQ(test::Counter(element_, "mep-ccm-sequence-errors"), 0);
