@@ -89,10 +89,10 @@ std::int64_t EnumerationValue(const lysc_type& type, const std::string& name) {
 Result<std::string> CheckedText(const Model& model, const lysc_node& schema,
                                 const pb::Value& value) {
   const confd_vtype wanted = KindOf(TypeOf(schema).basetype);
-  const auto given = static_cast<confd_vtype>(value.type());
+  const std::uint32_t given = value.type();  // any number
   if (given != wanted && !(wanted == C_BUF && given == C_STR)) {
     return Refused(schema, "its type is " + std::to_string(wanted) + " and not " +
-                               std::to_string(value.type()));
+                               std::to_string(given));
   }
   if (wanted == C_XMLTAG) {
     return std::string();

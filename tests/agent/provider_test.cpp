@@ -168,8 +168,10 @@ TEST_F(ProviderTest, AnErrorIsAWarningWithItsText) {
 TEST_F(ProviderTest, AValueThatTheModelForbidsIsAWarning) {
   ScriptedProvider provider(agent_);
   Client front = Front();
+  pb::Value of_no_type = NumberOf(C_INT32, 1);
+  of_no_type.set_type(36);  // more than a confd_vtype can hold
   for (const pb::Value& value :
-       {NumberOf(C_INT32, 8), NumberOf(C_INT64, 1), TextOf("1"), pb::Value()}) {
+       {NumberOf(C_INT32, 8), NumberOf(C_INT64, 1), TextOf("1"), pb::Value(), of_no_type}) {
     front.SendGet(kLevel0);
     provider.ServeUntil(front, [&](const auto& request) { return ValueReply(request, value); });
     EXPECT_THAT(OnlyWarning(front.Receive()),
