@@ -1,5 +1,7 @@
 #include "agent.h"
 
+#include "utf8.h"
+
 namespace agentd {
 
 Agent::Agent(sd_event* loop, const Options& options)
@@ -32,7 +34,7 @@ cfm::agent::Status Agent::ReadStatus() const {
   status.set_txid(Txid());
   status.set_commit_in_progress(commits_.IsBusy());
   status.set_candidate_open(candidate_.IsOpen());
-  status.set_database(store_.File().native());
+  status.set_database(WellFormed(store_.File().native()));
   for (const Listener* listener : subscriptions_.All()) {
     for (const std::int32_t priority : PrioritiesOf(*listener)) {
       listener->Describe(priority, *status.add_subscribers());

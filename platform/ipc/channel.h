@@ -40,7 +40,8 @@ class Channel {
 
   // Queues a frame; never blocks. A peer that leaves more than
   // kMaxQueuedBytes unread is closed. Nothing happens on a closed channel.
-  // Throws ProtocolError, and queues nothing, when the frame is too long.
+  // Throws ProtocolError, and queues nothing, when no peer would take the frame
+  // (see AppendFrame).
   void Send(const google::protobuf::MessageLite& message);
   std::size_t QueuedBytes() const;
   // Calls back from the loop each time that bytes were queued and the last of

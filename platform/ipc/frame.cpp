@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <system_error>
 
+#include "protobuf_complaints.h"
+
 namespace ipc {
 namespace {
 
@@ -61,10 +63,16 @@ void AppendFrame(std::string& out, const google::protobuf::MessageLite& message)
     throw ProtocolError(message.GetTypeName() + " of " + std::to_string(length) +
                         " bytes does not fit a frame of " + std::to_string(kMaxFrameBytes));
   }
+  const std::size_t begin = out.size();
   for (int shift = 24; shift >= 0; shift -= 8) {
     out.push_back(static_cast<char>(length >> shift & 0xff));
   }
+  const ProtobufComplaints complaints;
   message.AppendPartialToString(&out);
+  if (complaints.HasSome()) {
+    out.resize(begin);
+    throw ProtocolError(message.GetTypeName() + " cannot be sent" + complaints.Text());
+  }
 }
 
 void FrameDecoder::Append(std::string_view bytes) {
@@ -93,9 +101,10 @@ std::optional<std::string_view> FrameDecoder::Next() {
 }
 
 void ParsePayload(std::string_view payload, google::protobuf::MessageLite& message) {
+  const ProtobufComplaints complaints;
   if (!message.ParseFromArray(payload.data(), static_cast<int>(payload.size()))) {
     throw ProtocolError("frame of " + std::to_string(payload.size()) + " bytes is no " +
-                        message.GetTypeName());
+                        message.GetTypeName() + complaints.Text());
   }
 }
 

@@ -24,7 +24,8 @@ class ProtocolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Appends the frame of `message`. Throws ProtocolError when it is too long.
+// Appends the frame of `message`. Throws ProtocolError, and appends nothing,
+// when no peer would take it: it is too long, or a text in it is not UTF-8.
 void AppendFrame(std::string& out, const google::protobuf::MessageLite& message);
 
 // Cuts a byte stream into frames.
@@ -45,13 +46,14 @@ class FrameDecoder {
   std::size_t consumed_ = 0;  // leading bytes of buffer_ that Next has handed out
 };
 
-// Parses a payload. Throws ProtocolError naming the message type.
+// Parses a payload. Throws ProtocolError naming the message type, and what
+// protobuf says about it.
 void ParsePayload(std::string_view payload, google::protobuf::MessageLite& message);
 
 // Blocking transfer on a socket. SendFrame throws std::system_error (EPIPE
-// when the peer is gone, never SIGPIPE). ReceiveFrame returns false when the
-// peer closed between two frames; it throws ProtocolError for a cut-off or
-// oversized frame or one that is no such message, std::system_error otherwise.
+// when the peer is gone, never SIGPIPE), and what AppendFrame throws. ReceiveFrame returns false
+// when the peer closed between two frames; it throws ProtocolError for a cut-off or oversized frame
+// or one that is no such message, std::system_error otherwise.
 void SendFrame(int fd, const google::protobuf::MessageLite& message);
 bool ReceiveFrame(int fd, google::protobuf::MessageLite& message);
 

@@ -171,6 +171,7 @@ std::vector<Nuisance> Nuisances() {
   return {
       {"Garbage", pb::ROLE_FRONT_END, std::string("\0\0\0\4\xff\xff\xff\xff", 8)},
       {"Oversized", pb::ROLE_FRONT_END, "\xff\xff\xff\xff"},
+      {"NoText", pb::ROLE_FRONT_END, std::string("\0\0\0\6\xa2\1\3\x12\1\xff", 10)},  // Get.path
       {"NoRequest", pb::ROLE_FRONT_END, Frame(empty)},
       {"RequestOfAnotherRole", pb::ROLE_FRONT_END, Frame(subscribe)},
       {"FrontEndRequestOnDataConnection", pb::ROLE_CDB_DATA, Frame(get)},
@@ -198,6 +199,8 @@ TEST(Process, ANuisanceLosesItsConnectionAndNobodyElseNotices) {
     EXPECT_EQ(witness.Status().txid(), 0U);
     EXPECT_THAT(agent.Log(), HasSubstr(std::string("connection of ") + each.name));
   }
+  EXPECT_THAT(agent.Log(), HasSubstr("is no cfm.agent.Request: String field contains invalid"));
+  EXPECT_THAT(agent.Log(), ::testing::Not(HasSubstr("libprotobuf")));
 }
 
 TEST(Process, BytesThatAreNoTextComeBackAsQuestionMarks) {

@@ -69,6 +69,17 @@ TEST(Connect, GreetsUnderTheGivenName) {
   EXPECT_EQ(name, "cfm-app");
 }
 
+TEST(Connect, ANameThatTheProtocolCannotCarryIsAnErrorOfTheProgram) {
+  FakeAgent agent({test::AwaitClose});
+  const int fd = agent.NewSocket();
+  EXPECT_EQ(cdb_connect_name(fd, CDB_DATA_SOCKET, agent.Address(), agent.AddressSize(), "caf\xe9"),
+            CONFD_ERR);
+  EXPECT_EQ(confd_errno, CONFD_ERR_PROTOUSAGE);
+  EXPECT_THAT(confd_lasterr(), HasSubstr("'cfm.agent.Hello.name' contains invalid UTF-8"));
+  cdb_close(fd);
+  EXPECT_EQ(agent.Finish(), "");  // nothing was sent
+}
+
 TEST(Connect, ARefusalIsAnErrorWithTheAgentsCause) {
   FakeAgent agent({Refuse("protocol version 1 is not spoken here")});
   EXPECT_EQ(Connect(agent), CONFD_ERR);

@@ -59,6 +59,24 @@ TEST(Frame, TooLongIsRefusedAndAddsNothing) {
   EXPECT_EQ(out, "before");
 }
 
+// protobuf would write it on the standard error stream, and the peer would
+// only see garbage.
+TEST(Frame, WithATextThatIsNotUtf8IsRefusedAndAddsNothing) {
+  std::string out = "before";
+  testing::internal::CaptureStderr();
+  try {
+    ipc::AppendFrame(out, Named("caf\xe9"));
+    ADD_FAILURE() << "such a text was sent";
+  } catch (const ipc::ProtocolError& error) {
+    EXPECT_THAT(error.what(), testing::AllOf(testing::HasSubstr("cannot be sent"),
+                                             testing::HasSubstr("'cfm.agent.Hello.name'"),
+                                             testing::HasSubstr("invalid UTF-8")));
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(out, "before");
+  EXPECT_NO_THROW(ipc::AppendFrame(out, Named("caf\xc3\xa9")));
+}
+
 TEST(FrameDecoder, WaitsForEachByteOfAFrame) {
   const Hello hello = Named("cfm-app");
   const std::string frame = FrameOf(hello);
@@ -121,6 +139,30 @@ TEST(Payload, ThatIsNoSuchMessageIsNamed) {
   } catch (const ipc::ProtocolError& error) {
     EXPECT_THAT(error.what(), testing::HasSubstr("cfm.agent.Hello"));
   }
+}
+
+TEST(Payload, WithATextThatIsNotUtf8FailsWithThatCauseAndPrintsNothing) {
+  Hello hello;
+  testing::internal::CaptureStderr();
+  try {
+    ipc::ParsePayload(
+        "\x1a\x04"
+        "caf\xe9",
+        hello);
+    ADD_FAILURE() << "such a text was parsed";
+  } catch (const ipc::ProtocolError& error) {
+    EXPECT_THAT(error.what(), testing::AllOf(testing::HasSubstr("is no cfm.agent.Hello: "),
+                                             testing::HasSubstr("invalid UTF-8")));
+  }
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(Payload, LeavesAloneWhatProtobufSaysToOthers) {
+  Hello hello;
+  EXPECT_THROW(ipc::ParsePayload("\xff\xff\xff", hello), ipc::ProtocolError);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(Named("caf\xe9").SerializeAsString().empty());
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("cfm.agent.Hello.name"));
 }
 
 TEST(BlockingTransfer, ArrivesAsItWasSentHoweverLong) {

@@ -26,6 +26,7 @@ using cfm::manager::ROLE_OBSERVE;
 using test::Peer;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 // What an observer is shown at once.
 struct Shown {
@@ -262,6 +263,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Garbage{"CutOffInTheLength", std::string("\0\0", 2), "within a frame"},
                     Garbage{"CutOffInThePayload", std::string("\0\0\1\0abc", 7), "within a frame"}),
     [](const auto& kind) { return std::string(kind.param.name); });
+
+TEST_F(ManagerdTest, ANameThatIsNoTextIsALineOfTheLogAndNothingElse) {
+  Peer client(Socket());
+  client.SendBytes(std::string("\0\0\0\3\x1a\x01\xff", 7));  // Hello.name
+  EXPECT_TRUE(client.IsClosed());
+  EXPECT_THAT(process_->Log(),
+              HasSubstr("frame of 3 bytes is no cfm.manager.Hello: String field contains invalid"));
+  EXPECT_THAT(process_->Log(), Not(HasSubstr("libprotobuf")));
+}
 
 TEST_F(ManagerdTest, AClientThatDoesNotReadDisturbsNobody) {
   const auto deaf = Connect(ROLE_OBSERVE, "deaf");

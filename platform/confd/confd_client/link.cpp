@@ -47,7 +47,14 @@ void Link::Guard(Transfer transfer) {
 }
 
 void Link::Send(const google::protobuf::MessageLite& message) {
-  Guard([&] { ipc::SendFrame(fd_, message); });
+  Guard([&] {
+    try {
+      ipc::SendFrame(fd_, message);
+    } catch (const ipc::ProtocolError& error) {
+      // The program's fault and not the agent's, and nothing was sent.
+      throw ApiError(CONFD_ERR_PROTOUSAGE, error.what());
+    }
+  });
 }
 
 void Link::Receive(google::protobuf::MessageLite& message) {

@@ -18,7 +18,8 @@ class Link {
 
   // Each throws ApiError: CONFD_EOF when the agent has closed the connection,
   // CONFD_ERR when it sent what is no message. Either way the connection is
-  // over then, and every later call fails with CONFD_EOF.
+  // over then, and every later call fails with CONFD_EOF. A message that the
+  // agent would not take (ipc::AppendFrame) is CONFD_ERR and not sent.
   void Send(const google::protobuf::MessageLite& message);
   void Receive(google::protobuf::MessageLite& message);
 
