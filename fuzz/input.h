@@ -31,6 +31,13 @@ class Input {
     rest_.remove_prefix(std::min(end + 1, rest_.size()));
     return text;
   }
+  // A 16-bit length and so many bytes, or all that is left.
+  std::string_view TakeBlock() {
+    const std::size_t size = std::min<std::size_t>(Take<std::uint16_t>(), rest_.size());
+    const std::string_view block = rest_.substr(0, size);
+    rest_.remove_prefix(size);
+    return block;
+  }
   std::string_view Rest() const { return rest_; }
 
  private:
