@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <limits>
+#include <optional>
 #include <utility>
 
 #include "frame.h"
@@ -134,10 +135,10 @@ void Server::Apply(Session& session, const manager::Configuration& configuration
   held_.AddWarnings(check_.Apply(held_.Get()));
   log_.Info(fmt::format("{} of {}", AppliedText(held_, changes), session.Text()));
   feed_->SendApplied(held_.Number(), held_.Warnings());
+  ShowTo(Observers());
   if (feed_->Begin()) {
     check_.ReportAll();
   }
-  ShowTo(Observers());
 }
 
 void Server::Resend(std::uint64_t number) {
@@ -195,14 +196,21 @@ std::vector<Session*> Server::Observers() const {
   return observers;
 }
 
+// The messages are as large as the configuration: each is made once, and only
+// when somebody wants it.
 void Server::ShowTo(const std::vector<Session*>& observers) {
   if (observers.empty()) {
-    return;  // the common case, and the messages are as large as the configuration
+    return;
   }
-  const manager::FromManager configuration = ConfigurationMessage(held_);
   const manager::FromManager applied = AppliedMessage(held_);
+  std::optional<manager::FromManager> configuration;
   for (Session* observer : observers) {
-    observer->Send(configuration);
+    if (!observer->WantsAppliedOnly()) {
+      if (!configuration) {
+        configuration = ConfigurationMessage(held_);
+      }
+      observer->Send(*configuration);
+    }
     observer->Send(applied);
   }
 }

@@ -58,6 +58,7 @@ void Session::OnHello(std::string_view payload) {
     const manager::Hello hello = ReadHello(payload);
     name_ = LogText(hello.name());
     role_ = hello.role();
+    applied_only_ = hello.applied_only();
   } catch (const ipc::ProtocolError& error) {
     reply.set_error(error.what());
     channel_.Send(reply);

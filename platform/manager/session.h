@@ -38,6 +38,8 @@ class Session {
 
   // ROLE_UNSPECIFIED until the peer was welcome.
   manager::Role GetRole() const { return role_; }
+  // An observer that wants to know when, but not what.
+  bool WantsAppliedOnly() const { return applied_only_; }
   // For log lines: the name that the peer gave itself, and its process.
   std::string Text() const;
   // Never blocks.
@@ -57,6 +59,7 @@ class Session {
   ipc::Peer peer_;
   std::string name_;
   manager::Role role_ = manager::ROLE_UNSPECIFIED;
+  bool applied_only_ = false;
   Handlers handlers_;
   ipc::Channel channel_;
 };

@@ -158,6 +158,19 @@ TEST_F(ManagerdTest, AnObserverSeesEveryChange) {
   }
 }
 
+TEST_F(ManagerdTest, AnObserverMayDoWithoutTheConfiguration) {
+  const auto observer = std::make_unique<Peer>(Socket());
+  observer->SayHello(1, ROLE_OBSERVE, "stopwatch", Peer::kAppliedOnly);
+  EXPECT_EQ(observer->HelloError(), "");
+  const auto client = Connect(ROLE_CONFIGURE, "cfm-app");
+  client->SendConfiguration(7, test::RegularHierarchy("east", 1, 1));
+  for (const std::uint64_t number : {0, 7}) {
+    const cfm::manager::FromManager message = observer->Receive();
+    ASSERT_TRUE(message.has_applied());
+    EXPECT_EQ(message.applied().number(), number);
+  }
+}
+
 TEST_F(ManagerdTest, KeepsTheConfigurationWhenTheClientIsGone) {
   auto client = Connect(ROLE_CONFIGURE, "cfm-app");
   client->SendConfiguration(1, test::RegularHierarchy("east", 1, 1));

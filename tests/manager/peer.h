@@ -31,11 +31,15 @@ class Peer {
     setsockopt(socket_.Get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
   }
 
-  void SayHello(std::uint32_t version, int role, const std::string& name) {
+  static constexpr bool kAppliedOnly = true;
+
+  void SayHello(std::uint32_t version, int role, const std::string& name,
+                bool applied_only = false) {
     cfm::manager::Hello hello;
     hello.set_version(version);
     hello.set_role(static_cast<cfm::manager::Role>(role));
     hello.set_name(name);
+    hello.set_applied_only(applied_only);
     ipc::SendFrame(socket_.Get(), hello);
   }
   // What the manager says to the Hello; empty when the peer is welcome.
