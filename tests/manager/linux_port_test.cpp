@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/loop.h"
+#include "loop.h"
 #include "process.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "ipc/loop.h"
+#include "loop.h"
 #include "temporary_directory.h"
 #include "unix_address.h"
 #include "wire_mac.h"

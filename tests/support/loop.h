@@ -1,6 +1,6 @@
-// An event loop of a test's own, run until something has happened.
-#ifndef TESTS_IPC_LOOP_H
-#define TESTS_IPC_LOOP_H
+// An event loop of the caller's own, run until something has happened.
+#ifndef TESTS_SUPPORT_LOOP_H
+#define TESTS_SUPPORT_LOOP_H
 
 #include <sys/socket.h>
 #include <systemd/sd-event.h>

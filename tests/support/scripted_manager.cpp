@@ -1,19 +1,20 @@
 #include "scripted_manager.h"
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 
+#include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "frame.h"
-#include "paths.h"
 
 namespace test {
 
-ScriptedManager::ScriptedManager(sd_event* loop)
+ScriptedManager::ScriptedManager(sd_event* loop, const std::filesystem::path& socket)
     : loop_(loop),
-      listener_(loop, ipc::ManagerSocket(), SD_EVENT_PRIORITY_NORMAL,
-                [this](ipc::UniqueFd socket, const ipc::Peer&) { Accept(std::move(socket)); }) {}
+      listener_(
+          loop, socket, SD_EVENT_PRIORITY_NORMAL,
+          [this](ipc::UniqueFd connection, const ipc::Peer&) { Accept(std::move(connection)); }) {}
 
 void ScriptedManager::Accept(ipc::UniqueFd socket) {
   ++connections_;
@@ -46,14 +47,15 @@ void ScriptedManager::OnHello(std::string_view payload) {
 void ScriptedManager::OnMessage(std::string_view payload) {
   cfm::manager::FromClient message;
   ipc::ParsePayload(payload, message);
-  if (!message.has_configuration()) {
+  if (message.has_configuration()) {
+    configurations_.push_back(message.configuration());
+    if (answers_configurations) {
+      Answer(message.configuration().number());
+    }
+  } else {
     requests_.push_back(message);
-    return;
   }
-  configurations_.push_back(message.configuration());
-  if (answers_configurations) {
-    Answer(message.configuration().number());
-  }
+  on_message(message);
 }
 
 void ScriptedManager::Answer(std::uint64_t number) {
@@ -66,8 +68,10 @@ void ScriptedManager::Answer(std::uint64_t number) {
 }
 
 void ScriptedManager::SendBytes(std::string_view bytes) {
-  ASSERT_EQ(send(channel_->Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
-            static_cast<ssize_t>(bytes.size()));
+  if (send(channel_->Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(bytes.size())) {
+    throw std::system_error(errno, std::system_category(), "send bytes to the client");
+  }
 }
 
 }  // namespace test

@@ -1,9 +1,11 @@
-// A manager in the test's own process and loop that does what the test says.
-#ifndef TESTS_MANAGER_SCRIPTED_MANAGER_H
-#define TESTS_MANAGER_SCRIPTED_MANAGER_H
+// A manager in the caller's own process and loop that does what it is told.
+#ifndef TESTS_SUPPORT_SCRIPTED_MANAGER_H
+#define TESTS_SUPPORT_SCRIPTED_MANAGER_H
 
 #include <systemd/sd-event.h>
 
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,14 +15,16 @@
 #include "channel.h"
 #include "listener.h"
 #include "manager.pb.h"
+#include "paths.h"
 
 namespace test {
 
-// Listens at ipc::ManagerSocket() for as long as it lives; dropping it is the
-// end of the manager. Keeps the connection that came last.
+// Listens for as long as it lives; dropping it is the end of the manager. Keeps
+// the connection that came last.
 class ScriptedManager {
  public:
-  explicit ScriptedManager(sd_event* loop);
+  explicit ScriptedManager(sd_event* loop,
+                           const std::filesystem::path& socket = ipc::ManagerSocket());
 
   // What it answers to the next Hello; an error refuses.
   std::string hello_error;
@@ -28,11 +32,13 @@ class ScriptedManager {
   // Answers each configuration at once with these.
   bool answers_configurations = true;
   std::vector<std::string> warnings;
+  // Told of each message after the Hello, once it was noted and answered.
+  std::function<void(const cfm::manager::FromClient&)> on_message = [](const auto&) {};
 
   void Answer(std::uint64_t number);
   void Send(const cfm::manager::FromManager& message) { channel_->Send(message); }
   void SetReading(bool reading) { channel_->SetReading(reading); }
-  // Sends bytes that nobody checks.
+  // Sends bytes that nobody checks, all at once. Throws std::system_error.
   void SendBytes(std::string_view bytes);
   void CloseConnection() { channel_.reset(); }
 
