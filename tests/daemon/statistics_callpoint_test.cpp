@@ -1,21 +1,12 @@
-#include "status/statistics_callpoint.h"
-
+// Reads of statistics: answered at once, or parked until the manager answers.
 #include <memory>
 #include <string>
-#include <vector>
 
-#include "daemon/death.h"
-#include "daemon/fake_client.h"
-#include "daemon/fake_confd.h"
-#include "daemon/fake_velconfd.h"
-#include "daemon/platform_test.h"
-#include "daemon/values.h"
-#include "status/status_data.h"
+#include "daemon/statistics_fixture.h"
 
 namespace test {
 namespace {
 
-namespace tag = cfm::tag;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::ExitedWithCode;
@@ -23,65 +14,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr tag::Tag kNoStatistics = 0x0000abcd;
-constexpr cfm::st_lmep_stats kLocalStats = {0xfedcba9876543210, 0x8000000000000001, 0xffffffff, 4};
-constexpr cfm::st_rmep_stats kRemoteStats = {0xfffffffe};
-
-// Records 1 and 2 are of the local MEPs 5 and 6, record 3 of the remote MEP 7.
-class StatisticsCallpoint : public PlatformTest {
- protected:
-  StatisticsCallpoint() {
-    data_.SetMepInfo(1, {"A", "x", 5});
-    data_.SetMepInfo(2, {"A", "x", 6});
-    data_.SetMepInfo(3, {"A", "x", 7});
-    fake::SetUptime(1000);
-  }
-
-  int Read(tag::Tag leaf, long long key, int transaction = 7) {
-    transactions_.push_back(std::make_unique<confd_trans_ctx>(Transaction(transaction)));
-    confd_hkeypath_t keypath = Keypath({Tag(leaf), Int64(key)});
-    const int result = callpoint_.GetElemCallback(transactions_.back().get(), &keypath);
-    keypath = {};  // ConfD's keypath is gone after the callback
-    return result;
-  }
-  void StoreLocal(const std::string& md, int mep, const cfm::st_lmep_stats& stats = kLocalStats) {
-    callpoint_.HandleStatisticsLocalMep(md, "x", static_cast<unsigned short>(mep), stats);
-  }
-  void StoreRemote(const std::string& md, int mep, const cfm::st_rmep_stats& stats = kRemoteStats) {
-    callpoint_.HandleStatisticsRemoteMep(md, "x", 1, static_cast<unsigned short>(mep), stats);
-  }
-
-  // Everything that happened since it was asked last.
-  static std::vector<std::string> Happened() {
-    std::vector<std::string> events;
-    events.swap(fake::Events());
-    return events;
-  }
-  // The messages since they were asked for last, without place.
-  static std::vector<std::string> Messages() {
-    std::vector<std::string> messages;
-    for (const fake::LogRecord& record : fake::Logs()) {
-      EXPECT_EQ(record.file, "status.cpp");
-      messages.push_back(std::to_string(record.level) + " " + record.function + ": " + record.text);
-    }
-    fake::Logs().clear();
-    return messages;
-  }
-  // Whether the MEP has an entry of its own; asking does not make one.
-  bool IsCached(tag::Tag leaf, long long key) {
-    confd_value_t value{};
-    const confd_hkeypath_t keypath = Keypath({Tag(leaf), Int64(key)});
-    return callpoint_.GetConfdValueFromCache(value, &keypath);
-  }
-
-  VelConfdInterface* connection_ = nullptr;
-  cfm::StatusData data_{&connection_};
-  cfm::Client client_{fake::Middleware(), nullptr};
-  cfm::StatisticsCallpoint callpoint_{fake::Category(), &client_, &data_};
-  std::vector<std::unique_ptr<confd_trans_ctx>> transactions_;
-};
-
 using StatisticsCallpointDeath = StatisticsCallpoint;
+
+constexpr const char* kElement0IsATag = "(&keypath->v[0][0])->type == C_XMLTAG";
+constexpr const char* kElement1IsAKey = "(&keypath->v[1][0])->type == C_INT64";
 
 TEST_F(StatisticsCallpoint, ItsNameIsStatisticsAndItsConstructionIsNotLogged) {
   EXPECT_STREQ(callpoint_.GetCallpoint(), "statistics");
@@ -127,33 +63,6 @@ TEST_F(StatisticsCallpoint, EveryLeafHasItsCounterAndType) {
     EXPECT_EQ(Read(leaf.leaf, leaf.key), CONFD_OK);
     EXPECT_EQ(Happened().back(), leaf.answer);
   }
-}
-
-TEST_F(StatisticsCallpoint, AnEntryIsRecentInItsSecondAndTheNextOne) {
-  StoreLocal("A", 5);
-  StoreRemote("A", 7);
-  const struct {
-    long uptime;
-    bool recent;
-  } kMoments[] = {{1000, true}, {1001, true}, {1002, false}, {999, false}, {2000, false}};
-  for (const auto& moment : kMoments) {
-    fake::SetUptime(moment.uptime);
-    EXPECT_EQ(callpoint_.IsRecentStatisticInCache(tag::kMepCcmsSent, {"A", "x", 5}), moment.recent);
-    EXPECT_EQ(callpoint_.IsRecentStatisticInCache(tag::kMepCcmsReceived, {"A", "x", 5}),
-              moment.recent);
-    EXPECT_EQ(callpoint_.IsRecentStatisticInCache(tag::kMepCcmSequenceErrors, {"A", "x", 5}),
-              moment.recent);
-    EXPECT_EQ(callpoint_.IsRecentStatisticInCache(tag::kRmepCcmsReceived, {"A", "x", 7}),
-              moment.recent);
-  }
-}
-
-TEST_F(StatisticsCallpoint, LocalAndRemoteEntriesOfOneMepAreTwo) {
-  data_.SetMepInfo(4, {"A", "x", 5});
-  StoreLocal("A", 5);
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kRmepCcmsReceived, {"A", "x", 5}));
-  StoreRemote("A", 6);
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kMepCcmsSent, {"A", "x", 6}));
 }
 
 TEST_F(StatisticsCallpoint, AnOldEntryParksTheReadAndAsksTheManagerOnce) {
@@ -268,128 +177,10 @@ TEST_F(StatisticsCallpoint, ARecentEntryWithoutAValueIsAnErrorWithoutAReply) {
   EXPECT_THAT(Happened(), Not(Contains(HasSubstr("reply"))));
 }
 
-TEST_F(StatisticsCallpoint, AMissingRemoteEntryIsLoggedAsALocalOne) {
-  EXPECT_FALSE(IsCached(tag::kRmepCcmsReceived, 3));
-  EXPECT_THAT(Messages(), ElementsAre("12 GetConfdValueFromCache: Error: Cache not found (Local MD "
-                                      "A, MA x, MEP 7)"));
-}
-
-TEST_F(StatisticsCallpoint, LookingForAValueMakesNoEntry) {
-  EXPECT_FALSE(IsCached(tag::kMepCcmsSent, 1));
-  EXPECT_FALSE(IsCached(tag::kMepCcmsSent, 1));
-}
-
-TEST_F(StatisticsCallpoint, AnEntryThatIsMissingIsMadeWhenItsAgeIsAsked) {
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kMepCcmsSent, {"A", "x", 5}));
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kRmepCcmsReceived, {"A", "x", 7}));
-  EXPECT_TRUE(IsCached(tag::kMepCcmsSent, 1));
-  EXPECT_TRUE(IsCached(tag::kRmepCcmsReceived, 3));
-  EXPECT_FALSE(IsCached(tag::kMepCcmsSent, 2));
-}
-
-TEST_F(StatisticsCallpoint, AnUnknownLeafIsNotRecentAndMakesNoEntry) {
-  StoreLocal("A", 5);
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(kNoStatistics, {"A", "x", 5}));
-  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(kNoStatistics, {"A", "x", 6}));
-  EXPECT_FALSE(IsCached(tag::kMepCcmsSent, 2));
-  EXPECT_FALSE(IsCached(tag::kRmepCcmsReceived, 2));
-}
-
 TEST_F(StatisticsCallpoint, AMepThatTheManagerNeverReportsReadsAsZero) {
   EXPECT_EQ(Read(tag::kMepCcmSequenceErrors, 1), CONFD_DELAYED_RESPONSE);
   callpoint_.HandleStatisticsFinished();
   EXPECT_EQ(Happened().back(), "reply 7: C_UINT32(0)");
-}
-
-TEST_F(StatisticsCallpoint, AnEntryOfItsOwnMakingIsRecentRightAfterTheSystemsStart) {
-  fake::SetUptime(1);
-  EXPECT_EQ(Read(tag::kMepCcmsSent, 1), CONFD_OK);
-  EXPECT_EQ(Happened().back(), "reply 7: C_UINT64(0)");
-  fake::SetUptime(2);
-  EXPECT_EQ(Read(tag::kMepCcmsSent, 1), CONFD_DELAYED_RESPONSE);
-}
-
-TEST_F(StatisticsCallpoint, WithoutAnUptimeItCountsAsZero) {
-  StoreLocal("A", 5);
-  fake::FailUptime();
-  EXPECT_EQ(Read(tag::kMepCcmsSent, 1), CONFD_DELAYED_RESPONSE);
-  StoreLocal("A", 5);
-  EXPECT_EQ(Read(tag::kMepCcmsSent, 1), CONFD_OK);
-}
-
-TEST_F(StatisticsCallpoint, LaterStatisticsOverwriteEarlierOnesAndTheirAge) {
-  StoreLocal("A", 5, {1, 1, 1, 1});
-  fake::SetUptime(2000);
-  StoreLocal("A", 5, {2, 3, 4, 5});
-  EXPECT_EQ(Read(tag::kMepCcmsReceived, 1), CONFD_OK);
-  EXPECT_EQ(Happened().back(), "reply 7: C_UINT64(3)");
-}
-
-TEST_F(StatisticsCallpoint, StatisticsThatArriveAreLogged) {
-  callpoint_.HandleStatisticsLocalMep("A", "x", 65535, kLocalStats);
-  callpoint_.HandleStatisticsRemoteMep("A", "x", 1, 7, kRemoteStats);
-  EXPECT_THAT(
-      Messages(),
-      ElementsAre(
-          "10 HandleStatisticsLocalMep: Local MEP statistics received (MD A, MA x, MEP 65535)",
-          "10 HandleStatisticsRemoteMep: Remote MEP statistics received (MD A, MA x, MEP 7)"));
-}
-
-TEST_F(StatisticsCallpoint, ARemoteMepSeenByTwoLocalMepsHasOneEntry) {
-  callpoint_.HandleStatisticsRemoteMep("A", "x", 1, 7, {10});
-  callpoint_.HandleStatisticsRemoteMep("A", "x", 2, 7, {20});
-  EXPECT_EQ(Read(tag::kRmepCcmsReceived, 3), CONFD_OK);
-  EXPECT_EQ(Happened().back(), "reply 7: C_UINT32(20)");
-  Messages();
-  callpoint_.ClearStatisticsCache({"", "", 0});
-  EXPECT_THAT(Messages(),
-              ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache",
-                          "10 ClearStatisticsCache: Remote MEP statistics cleared: MD: A, MA: x, "
-                          "MEP: 7"));
-}
-
-TEST_F(StatisticsCallpoint, ClearingTakesTheMatchingEntriesInTheirOrderLocalOnesFirst) {
-  StoreRemote("A", 5);
-  StoreRemote("AA", 5);
-  StoreLocal("B", 5);
-  StoreLocal("A", 6);
-  StoreLocal("A", 5);
-  Messages();
-  callpoint_.ClearStatisticsCache({"A", "", 0});
-  EXPECT_THAT(
-      Messages(),
-      ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache",
-                  "10 ClearStatisticsCache: Local MEP statistics cleared: MD: A, MA: x, MEP: 5",
-                  "10 ClearStatisticsCache: Local MEP statistics cleared: MD: A, MA: x, MEP: 6",
-                  "10 ClearStatisticsCache: Remote MEP statistics cleared: MD: A, MA: x, MEP: 5"));
-  callpoint_.ClearStatisticsCache({"", "", 5});
-  EXPECT_THAT(
-      Messages(),
-      ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache",
-                  "10 ClearStatisticsCache: Local MEP statistics cleared: MD: B, MA: x, MEP: 5",
-                  "10 ClearStatisticsCache: Remote MEP statistics cleared: MD: AA, MA: x, MEP: 5"));
-  callpoint_.ClearStatisticsCache({"", "", 0});
-  EXPECT_THAT(Messages(), ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache"));
-}
-
-TEST_F(StatisticsCallpoint, APatternMatchesWhereEveryPartIsAnyOrTheSame) {
-  using cfm::MepInfo;
-  const MepInfo candidate{"A", "x", 5};
-  const struct {
-    MepInfo pattern;
-    bool matches;
-  } kPatterns[] = {
-      {{"", "", 0}, true},    {{"A", "", 0}, true},    {{"", "x", 0}, true},
-      {{"", "", 5}, true},    {{"A", "x", 5}, true},   {{"B", "", 0}, false},
-      {{"", "y", 0}, false},  {{"", "", 6}, false},    {{"a", "", 0}, false},
-      {{"AA", "", 0}, false}, {{"", "xx", 0}, false},  {{"B", "x", 5}, false},
-      {{"A", "y", 5}, false}, {{"A", "x", -5}, false},
-  };
-  for (const auto& row : kPatterns) {
-    EXPECT_EQ(cfm::StatisticsCallpoint::MepInfoMatches(row.pattern, candidate), row.matches)
-        << row.pattern.md << row.pattern.ma << row.pattern.mep;
-  }
-  EXPECT_FALSE(cfm::StatisticsCallpoint::MepInfoMatches(candidate, {"", "", 0}));
 }
 
 TEST_F(StatisticsCallpoint, AWalkIsRefused) {
@@ -434,9 +225,6 @@ TEST_F(StatisticsCallpointDeath, AnUnknownKeyIsFatalAlsoForAParkedRead) {
   EXPECT_EXIT(callpoint_.HandleStatisticsFinished(), ExitedWithCode(1), fatal);
 }
 
-constexpr const char* kElement0IsATag = "(&keypath->v[0][0])->type == C_XMLTAG";
-constexpr const char* kElement1IsAKey = "(&keypath->v[1][0])->type == C_INT64";
-
 TEST_F(StatisticsCallpointDeath, AKeypathOfAReadIsAssertedLeafFirst) {
   const auto read = [this](confd_hkeypath_t keypath) {
     confd_trans_ctx transaction{};
@@ -444,16 +232,6 @@ TEST_F(StatisticsCallpointDeath, AKeypathOfAReadIsAssertedLeafFirst) {
   };
   EXPECT_DEATH(read(Keypath({Enum(1), Enum(1)})), Assertion(kElement0IsATag));
   EXPECT_DEATH(read(Keypath({Tag(tag::kMepCcmsSent), Int32(1)})), Assertion(kElement1IsAKey));
-}
-
-TEST_F(StatisticsCallpointDeath, AKeypathForTheCacheIsAssertedKeyFirst) {
-  const auto look = [this](const confd_hkeypath_t& keypath) {
-    confd_value_t value{};
-    callpoint_.GetConfdValueFromCache(value, &keypath);
-  };
-  EXPECT_DEATH(look(Keypath({Enum(1), Enum(1)})), Assertion(kElement1IsAKey));
-  EXPECT_DEATH(look(Keypath({Enum(1), Int64(1)})), Assertion(kElement0IsATag));
-  EXPECT_EXIT(look(Keypath({Enum(1), Int64(99)})), ExitedWithCode(1), HasSubstr("Invalid key 99"));
 }
 
 }  // namespace

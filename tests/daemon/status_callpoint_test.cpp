@@ -1,75 +1,21 @@
-#include "status/status_callpoint.h"
-
-#include <stdexcept>
+// Leaves that are computed when they are read.
 #include <string>
-#include <vector>
 
-#include "daemon/death.h"
-#include "daemon/fake_confd.h"
-#include "daemon/fake_velconfd.h"
-#include "daemon/platform_test.h"
-#include "daemon/values.h"
-#include "status/status_data.h"
+#include "daemon/status_callpoint_fixture.h"
 
 namespace test {
 namespace {
 
-namespace tag = cfm::tag;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::ExitedWithCode;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr tag::Tag kRemoteList = 0x12345678;
-constexpr const char* kOpen = "open running read=1 connection=1";
-constexpr const char* kClose = "close";
-
-const std::string kMa = "/config/oam/cfm/md{east}/ma{blue}";
-const std::string kMep = kMa + "/mep{5}";
-
-// Record 3 is of MEP 5 of MA "blue" of MD "east".
-class StatusCallpoint : public PlatformTest {
- protected:
-  StatusCallpoint() { data_.SetMepInfo(3, {"east", "blue", 5}); }
-
-  static confd_hkeypath_t Local(tag::Tag leaf, long long key = 3) {
-    return Keypath({Tag(leaf), Int64(key), Tag(tag::kLocal)});
-  }
-  static confd_hkeypath_t Remote(tag::Tag leaf, long long key = 3) {
-    return Keypath({Tag(leaf), Int64(key), Tag(kRemoteList)});
-  }
-
-  int GetElem(confd_hkeypath_t keypath) { return callpoint_.GetElemCallback(&tctx_, &keypath); }
-  int GetNext(confd_hkeypath_t keypath, long next) {
-    return callpoint_.GetNextCallback(&tctx_, &keypath, next);
-  }
-
-  // What a read of a leaf of the local list was answered with.
-  std::string Answer(tag::Tag leaf) {
-    fake::CdbCalls().clear();
-    EXPECT_EQ(GetElem(Local(leaf)), CONFD_OK);
-    return fake::CdbCalls().at(fake::CdbCalls().size() - 2);
-  }
-  // The same for one step through a leaf-list.
-  std::string Step(tag::Tag leaf, long next) {
-    fake::CdbCalls().clear();
-    EXPECT_EQ(GetNext(Local(leaf), next), CONFD_OK);
-    return fake::CdbCalls().at(fake::CdbCalls().size() - 2);
-  }
-
-  static testing::Matcher<const std::string&> Fatal(const std::string& function,
-                                                    const std::string& message) {
-    return FatalFault(function, message, "status.cpp");
-  }
-
-  VelConfdInterface* connection_ = fake::Connection(1);
-  cfm::StatusData data_{&connection_};
-  cfm::StatusCallpoint callpoint_{"a name", &data_, fake::Category()};
-  confd_trans_ctx tctx_ = Transaction(7);
-};
-
 using StatusCallpointDeath = StatusCallpoint;
+
+constexpr const char* kElement0IsATag = "(&(keypath->v[0][0]))->type == C_XMLTAG";
+constexpr const char* kElement1IsAKey = "(&(keypath->v[1][0]))->type == C_INT64";
+constexpr const char* kElement2IsATag = "(&(keypath->v[2][0]))->type == C_XMLTAG";
 
 TEST_F(StatusCallpoint, ItHasTheNameThatItWasGiven) {
   EXPECT_STREQ(callpoint_.GetCallpoint(), "a name");
@@ -251,10 +197,6 @@ TEST_F(StatusCallpointDeath, AnUnknownKeyIsFatal) {
               Fatal("GetLastChange", "Error getting last change: Invalid key 4"));
 }
 
-constexpr const char* kElement0IsATag = "(&(keypath->v[0][0]))->type == C_XMLTAG";
-constexpr const char* kElement1IsAKey = "(&(keypath->v[1][0]))->type == C_INT64";
-constexpr const char* kElement2IsATag = "(&(keypath->v[2][0]))->type == C_XMLTAG";
-
 TEST_F(StatusCallpointDeath, AKeypathOfAReadIsAssertedKeyFirstThenListThenLeaf) {
   const confd_value_t wrong = Enum(1);
   EXPECT_DEATH(GetElem(Keypath({wrong, wrong, wrong})), Assertion(kElement1IsAKey));
@@ -267,103 +209,6 @@ TEST_F(StatusCallpointDeath, AKeypathOfAReadIsAssertedKeyFirstThenListThenLeaf) 
 TEST_F(StatusCallpointDeath, AnUnknownKeyIsFatalWhateverTheLeaf) {
   EXPECT_EXIT(GetElem(Keypath({Enum(1), Int64(4), Tag(tag::kLocal)})), ExitedWithCode(1),
               Fatal("GetMepInfo", "Error getting local MEP info: Invalid key 4"));
-}
-
-TEST_F(StatusCallpoint, AVlanListIsWalkedStepByStep) {
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10, 20, 30});
-  EXPECT_EQ(GetNext(Local(tag::kVlanList), -1), CONFD_OK);
-  EXPECT_THAT(fake::CdbCalls(), ElementsAre(kOpen, "cdb_exists 40 " + kMa + "/vlan-list",
-                                            "cdb_get_list 40 " + kMa + "/vlan-list",
-                                            "next_key 7: C_INT32(10) keys=1 next=1", kClose));
-  fake::CdbCalls().clear();
-  EXPECT_EQ(GetNext(Local(tag::kVlanList), 1), CONFD_OK);
-  EXPECT_THAT(fake::CdbCalls(),
-              ElementsAre(kOpen, "next_key 7: C_INT32(20) keys=1 next=2", kClose));
-  EXPECT_EQ(Step(tag::kVlanList, 2), "next_key 7: C_INT32(30) keys=1 next=3");
-  EXPECT_EQ(Step(tag::kVlanList, 3), "next_key 7: none keys=-1 next=-1");
-  EXPECT_EQ(Step(tag::kVlanList, 4), "next_key 7: none keys=-1 next=-1");
-  EXPECT_THAT(fake::Logs(), IsEmpty());
-}
-
-TEST_F(StatusCallpoint, RemoteMepsAreReadUnderTheNameThatTheConfigurationHas) {
-  fake::SetLeaf(kMa + "/remote-meps", std::vector<int>{7});
-  EXPECT_EQ(Step(tag::kStatusRemoteMeps, -1), "next_key 7: C_INT32(7) keys=1 next=1");
-  EXPECT_THAT(fake::CdbCalls(), Contains("cdb_get_list 40 " + kMa + "/remote-meps"));
-  EXPECT_EQ(Step(tag::kStatusRemoteMeps, 1), "next_key 7: none keys=-1 next=-1");
-}
-
-TEST_F(StatusCallpoint, AnMaWithoutRemoteMepsIsAtTheEndAtOnce) {
-  EXPECT_EQ(GetNext(Local(tag::kStatusRemoteMeps), -1), CONFD_OK);
-  EXPECT_THAT(fake::CdbCalls(), ElementsAre(kOpen, "cdb_exists 40 " + kMa + "/remote-meps",
-                                            "next_key 7: none keys=-1 next=-1", kClose));
-}
-
-TEST_F(StatusCallpoint, TheValuesAreThoseOfTheFirstStep) {
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10, 20});
-  Step(tag::kVlanList, -1);
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{11});
-  EXPECT_EQ(Step(tag::kVlanList, 1), "next_key 7: C_INT32(20) keys=1 next=2");
-  EXPECT_EQ(Step(tag::kVlanList, -1), "next_key 7: C_INT32(11) keys=1 next=1");
-  EXPECT_EQ(Step(tag::kVlanList, 1), "next_key 7: none keys=-1 next=-1");
-}
-
-TEST_F(StatusCallpoint, BothListsAndEveryCallpointHaveTheirOwnValues) {
-  cfm::StatusCallpoint other("another", &data_, fake::Category());
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10, 20});
-  fake::SetLeaf(kMa + "/remote-meps", std::vector<int>{7, 8});
-  Step(tag::kVlanList, -1);
-  Step(tag::kStatusRemoteMeps, -1);
-  EXPECT_EQ(Step(tag::kVlanList, 1), "next_key 7: C_INT32(20) keys=1 next=2");
-  EXPECT_EQ(Step(tag::kStatusRemoteMeps, 1), "next_key 7: C_INT32(8) keys=1 next=2");
-  confd_hkeypath_t keypath = Local(tag::kVlanList);
-  EXPECT_EQ(other.GetNextCallback(&tctx_, &keypath, 1), CONFD_OK);
-  EXPECT_THAT(fake::CdbCalls(), Contains("next_key 7: none keys=-1 next=-1"));
-}
-
-TEST_F(StatusCallpoint, AWalkThatGoesOnNeedsNoKey) {
-  EXPECT_EQ(GetNext(Keypath({Tag(tag::kVlanList), Int32(1)}), 0), CONFD_OK);
-  EXPECT_THAT(fake::CdbCalls(), ElementsAre(kOpen, "next_key 7: none keys=-1 next=-1", kClose));
-}
-
-TEST_F(StatusCallpoint, AWalkThroughAnotherLeafIsRefusedWithoutASession) {
-  EXPECT_EQ(GetNext(Local(tag::kRemoteMeps), -1), CONFD_ERR);
-  EXPECT_EQ(GetNext(Local(tag::kLevel), 5), CONFD_ERR);
-  EXPECT_THAT(fake::LogTexts(),
-              ElementsAre("11 status.cpp GetNextCallback: Get next called for unexpected XML Tag "
-                          "of leaf 0x4c09a2b5",
-                          "11 status.cpp GetNextCallback: Get next called for unexpected XML Tag "
-                          "of leaf 0x7dec02bd"));
-  EXPECT_EQ(fake::ValueTextSize(), 64);
-  EXPECT_THAT(fake::CdbCalls(), IsEmpty());
-}
-
-TEST_F(StatusCallpoint, ACursorBelowTheFirstStepIsOutOfRange) {
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10});
-  Step(tag::kVlanList, -1);
-  EXPECT_THROW(GetNext(Local(tag::kVlanList), -2), std::out_of_range);
-  EXPECT_EQ(fake::OpenSessions(), 0);
-}
-
-TEST_F(StatusCallpointDeath, ALeafListThatCannotBeReadIsFatal) {
-  fake::SetEmptyLeaf(kMa + "/vlan-list");
-  EXPECT_EXIT(GetNext(Local(tag::kVlanList), -1), ExitedWithCode(1),
-              Fatal("GetNextCallback",
-                    "Error to retrieve /config/oam/cfm/md{east}/ma{blue}/vlan-list configuration"));
-  fake::SetEmptyLeaf(kMa + "/remote-meps");
-  EXPECT_EXIT(
-      GetNext(Local(tag::kStatusRemoteMeps), -1), ExitedWithCode(1),
-      Fatal("GetNextCallback",
-            "Error to retrieve /config/oam/cfm/md{east}/ma{blue}/remote-meps configuration"));
-}
-
-TEST_F(StatusCallpointDeath, AKeypathOfAWalkIsAsserted) {
-  EXPECT_DEATH(GetNext(Keypath({Enum(1), Int64(3)}), -1), Assertion(kElement0IsATag));
-  EXPECT_DEATH(GetNext(Keypath({Tag(tag::kVlanList), Int32(3)}), -1), Assertion(kElement1IsAKey));
-}
-
-TEST_F(StatusCallpointDeath, ElementsOfAnotherTypeFailTheAssertion) {
-  fake::SetLeaf(kMa + "/vlan-list", std::vector<fake::Enumeration>{{10}});
-  EXPECT_DEATH(GetNext(Local(tag::kVlanList), -1), Assertion("(&(values[i]))->type == C_INT32"));
 }
 
 }  // namespace

@@ -1,95 +1,16 @@
-// Records of single MEPs: how they appear, change and go.
+// Records of single MEPs: how they appear and change.
 #include <string>
 #include <vector>
 
-#include "daemon/status_fixture.h"
+#include "daemon/status_record_fixture.h"
 
 namespace test {
 namespace {
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::ExitedWithCode;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
-
-std::string Local(long long key, const std::string& leaf) {
-  return "/status/oam/cfm/local{" + std::to_string(key) + "}/" + leaf;
-}
-std::string Remote(long long key, const std::string& leaf) {
-  return "/status/oam/cfm/remote{" + std::to_string(key) + "}/" + leaf;
-}
-
-// The writes of LocalStatus() for MEP 5 of MA "x" of MD "A".
-std::vector<std::string> LocalWrites(long long key) {
-  const std::string set = "cdb_set_elem 40 ";
-  return {
-      set + Local(key, "md C_STR(A)"),
-      set + Local(key, "ma C_STR(x)"),
-      set + Local(key, "mep C_INT32(5)"),
-      set + Local(key, "mac-address C_STR(00:1a:2b:3c:4d:5e)"),
-      set + Local(key, "tx-rdi C_ENUM_VALUE(1)"),
-      set + Local(key, "defects C_STR(ARX)"),
-      set + Local(key, "highest-priority-defect C_STR(X)"),
-      set + Local(key, "tx-interface-status-tlv C_ENUM_VALUE(0)"),
-      set + Local(key, "tx-port-status-tlv C_ENUM_VALUE(1)"),
-      set + Local(key, "block-state C_STR(Forwarding)"),
-  };
-}
-
-// The writes of RemoteStatus() for remote MEP 7, seen by MEP 5.
-std::vector<std::string> RemoteWrites(long long key) {
-  const std::string set = "cdb_set_elem 40 ";
-  return {
-      set + Remote(key, "md C_STR(A)"),
-      set + Remote(key, "ma C_STR(x)"),
-      set + Remote(key, "local-mep C_INT32(5)"),
-      set + Remote(key, "remote-mep C_INT32(7)"),
-      set + Remote(key, "mac-address C_STR(ff:fe:00:01:80:7f)"),
-      set + Remote(key, "rx-rdi C_ENUM_VALUE(0)"),
-      set + Remote(key, "rx-interface-status-tlv C_ENUM_VALUE(1)"),
-      set + Remote(key, "rx-port-status-tlv C_ENUM_VALUE(0)"),
-      set + Remote(key, "state C_ENUM_VALUE(3)"),
-      set + Remote(key, "rx-sender-id C_STR(chassis 7)"),
-  };
-}
-
-std::vector<std::string> InSession(std::vector<std::string> before,
-                                   const std::vector<std::string>& writes) {
-  before.insert(before.begin(), kOpen);
-  before.insert(before.end(), writes.begin(), writes.end());
-  before.emplace_back(kClose);
-  return before;
-}
-
-class StatusRecord : public Status {
- protected:
-  void UpdateLocal(int mep = 5) { status_.LocalMepUpdate("A", "x", mep, LocalStatus()); }
-  void UpdateRemote(int remote_mep = 7, int local_mep = 5) {
-    status_.RemoteMepUpdate("A", "x", local_mep, remote_mep, RemoteStatus());
-  }
-
-  // What a callpoint answers for the age of a record's last state change.
-  std::string LastStateChange(long long key) {
-    confd_trans_ctx transaction = Transaction(7);
-    confd_hkeypath_t keypath =
-        Keypath({Tag(cfm::tag::kLastStateChange), Int64(key), Tag(cfm::tag::kMd)});
-    Happened();
-    status_.GetCallpoints().back()->GetElemCallback(&transaction, &keypath);
-    return Happened().at(1);
-  }
-  // Whose record a key is of.
-  std::string MepOf(long long key) {
-    confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kMepCcmsSent), Int64(key)});
-    confd_trans_ctx transaction = Transaction(7);
-    Happened();
-    status_.GetCallpoints().front()->GetElemCallback(&transaction, &keypath);
-    return Happened().front();
-  }
-};
 
 using StatusRecordDeath = StatusRecord;
 
@@ -131,27 +52,6 @@ TEST_F(StatusRecord, ASecondStatusOfARemoteMepRewritesAllLeavesUnderItsKey) {
   Happened();
   UpdateRemote();
   EXPECT_EQ(Happened(), InSession({}, RemoteWrites(0)));
-}
-
-TEST_F(StatusRecord, TwoLocalMepsThatSeeOneRemoteMepShareItsRecord) {
-  UpdateRemote(7, 1);
-  Happened();
-  UpdateRemote(7, 2);
-  EXPECT_THAT(Happened(), AllOf(Contains("cdb_set_elem 40 " + Remote(0, "local-mep C_INT32(2)")),
-                                Not(Contains(HasSubstr("cdb_create")))));
-}
-
-TEST_F(StatusRecord, ARemoteMepWithTheIdOfALocalOneTakesItsKeyWithoutARecord) {
-  UpdateLocal(7);
-  fake::FailCdb(Remote(0, "md"), "no such entry");
-  Happened();
-  UpdateRemote(7);
-  EXPECT_THAT(fake::LogTexts(),
-              ElementsAre("11 status.cpp RemoteMepUpdate: Error to set "
-                          "/status/oam/cfm/remote{%x}/. md: A key: 0 (no such entry)"));
-  const auto happened = Happened();
-  EXPECT_THAT(happened, Not(Contains(HasSubstr("cdb_create"))));
-  EXPECT_THAT(happened, Contains(RemoteWrites(0).back()));
 }
 
 TEST_F(StatusRecord, EveryLastStateChangeOfARemoteMepIsKept) {
@@ -340,75 +240,6 @@ TEST_F(StatusRecord, UpdatesAndDeletesGoToTheSocketAsItIs) {
   EXPECT_THAT(happened, Contains("cdb_create -1 " + Local(0, "")));
   EXPECT_THAT(happened, Contains("cdb_delete -1 " + Local(0, "")));
   EXPECT_EQ(fake::OpenSessions(), 0);
-}
-
-TEST_F(StatusRecord, ALocalMepThatGoesTakesItsRecordAlong) {
-  UpdateLocal();
-  Happened();
-  status_.LocalMepDelete("A", "x", 5);
-  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Local(0, ""), kClose));
-  UpdateLocal();
-  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Local(1, "")));
-}
-
-TEST_F(StatusRecord, ARemoteMepThatGoesTakesItsRecordAlongWhicheverLocalMepSaysSo) {
-  UpdateRemote();
-  Happened();
-  status_.RemoteMepDelete("A", "x", 6, 7);
-  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Remote(0, ""), kClose));
-  UpdateRemote();
-  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(1, "")));
-}
-
-TEST_F(StatusRecord, AKeyThatIsFreeAgainComesBackAfterAllOthers) {
-  UpdateLocal();
-  status_.LocalMepDelete("A", "x", 5);
-  for (int mep = 1; mep < 8192; ++mep) {
-    status_.LocalMepUpdate("B", "y", mep, LocalStatus());
-  }
-  Happened();
-  UpdateRemote();
-  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(0, "")));
-}
-
-TEST_F(StatusRecordDeath, TheRecordOfAMepThatIsGoneHasNoMep) {
-  UpdateLocal();
-  UpdateRemote();
-  status_.LocalMepDelete("A", "x", 5);
-  status_.RemoteMepDelete("A", "x", 5, 7);
-  EXPECT_EXIT(MepOf(0), ExitedWithCode(1), HasSubstr("Invalid key 0"));
-  EXPECT_EXIT(MepOf(1), ExitedWithCode(1), HasSubstr("Invalid key 1"));
-}
-
-TEST_F(StatusRecord, ADeleteOfAnUnknownMepIsLoggedAndChangesNothing) {
-  UpdateLocal();
-  Happened();
-  status_.LocalMepDelete("A", "x", 6);
-  status_.RemoteMepDelete("A", "y", 5, 7);
-  EXPECT_THAT(fake::LogTexts(),
-              ElementsAre("12 status.cpp LocalMepDelete: Ignoring un-existent local MEP delete "
-                          "(MD: A, MA: x, MEP: 6)",
-                          "12 status.cpp RemoteMepDelete: Ignoring un-existent remote MEP delete "
-                          "(MD: A, MA: y, Local-MEP: 5, Remote-MEP: 7)"));
-  EXPECT_THAT(Happened(), ElementsAre(HasSubstr("zlog "), HasSubstr("zlog ")));
-  UpdateLocal();
-  EXPECT_EQ(Happened(), InSession({}, LocalWrites(0)));
-}
-
-TEST_F(StatusRecordDeath, ARecordThatCannotBeDeletedIsFatal) {
-  UpdateLocal();
-  fake::FailCdb(Local(0, ""), "no session");
-  EXPECT_EXIT(status_.LocalMepDelete("A", "x", 5), ExitedWithCode(1),
-              FatalFault("LocalMepDelete",
-                         "Failed to remove local MEP status (md: A, ma: x, mep: 5): no session",
-                         "status.cpp"));
-  UpdateRemote();
-  fake::FailCdb(Remote(1, ""), "no session");
-  EXPECT_EXIT(status_.RemoteMepDelete("A", "x", 5, 7), ExitedWithCode(1),
-              FatalFault("RemoteMepDelete",
-                         "Failed to remove remote MEP status (md: A, ma: x, local-mep: 5, "
-                         "remote-mep: 7): no session",
-                         "status.cpp"));
 }
 
 TEST_F(StatusRecordDeath, MoreRecordsThanKeysAreFatal) {
