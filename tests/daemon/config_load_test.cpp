@@ -72,12 +72,14 @@ TEST_F(ConfigLoad, NothingIsSentBeforeTheConfigurationIsApplied) {
   EXPECT_THAT(fake::Applied(), IsEmpty());
 }
 
-// Two names, the interface, and five elements of leaf-lists.
+// Two names, the interface, five elements of leaf-lists, and the arrays of
+// these.
 TEST_F(ConfigLoad, WhatTheCdbHandedOutIsFreed) {
   Fill();
   Load();
   EXPECT_EQ(fake::LiveValues(), 0);
   EXPECT_EQ(fake::FreedValues(), 3 + 5);
+  EXPECT_EQ(fake::FreedLists(), 2);
 }
 
 TEST_F(ConfigLoad, EveryDomainAssociationAndMepIsLoaded) {

@@ -1,15 +1,12 @@
 #include "daemon/fake_confd.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <map>
 #include <set>
 #include <utility>
 
+#include "daemon/fake_confd_values.h"
 #include "daemon/fake_platform.h"
 
 namespace fake {
@@ -22,10 +19,6 @@ struct State {
   std::map<std::string, std::string> failures;
   std::vector<std::string> calls;
   std::string last_error = "no error";
-  std::optional<std::string> keypath_text;
-  int value_text_size = 0;
-  int freed = 0;
-  int live = 0;
 };
 
 State& Current() {
@@ -36,26 +29,6 @@ State& Current() {
 std::string KeyText(const CdbValue& key) {
   const auto* text = std::get_if<std::string>(&key);
   return text != nullptr ? *text : std::to_string(std::get<int>(key));
-}
-
-// A value with its type.
-std::string Shown(const confd_value_t& value) {
-  switch (value.type) {
-    case C_STR:
-      return std::string("C_STR(") + value.val.c_s + ")";
-    case C_INT32:
-      return "C_INT32(" + std::to_string(CONFD_GET_INT32(&value)) + ")";
-    case C_INT64:
-      return "C_INT64(" + std::to_string(CONFD_GET_INT64(&value)) + ")";
-    case C_UINT32:
-      return "C_UINT32(" + std::to_string(CONFD_GET_UINT32(&value)) + ")";
-    case C_UINT64:
-      return "C_UINT64(" + std::to_string(CONFD_GET_UINT64(&value)) + ")";
-    case C_ENUM_VALUE:
-      return "C_ENUM_VALUE(" + std::to_string(CONFD_GET_ENUM_VALUE(&value)) + ")";
-    default:
-      return "type(" + std::to_string(value.type) + ")";
-  }
 }
 
 // A 64-bit key is shown as its number, another value with its type.
@@ -134,47 +107,11 @@ const CdbValue* Find(const std::string& path) {
   return &leaf->second;
 }
 
-void Convert(const CdbValue& from, confd_value_t* to) {
-  if (const auto* text = std::get_if<std::string>(&from)) {
-    auto* bytes = static_cast<unsigned char*>(std::malloc(text->size() + 1));
-    std::memcpy(bytes, text->c_str(), text->size() + 1);
-    CONFD_SET_BUF(to, bytes, static_cast<unsigned>(text->size()));
-    ++Current().live;
-  } else if (const auto* number = std::get_if<int>(&from)) {
-    CONFD_SET_INT32(to, *number);
-  } else {
-    CONFD_SET_ENUM_VALUE(to, std::get<Enumeration>(from).value);
-  }
-}
-
-// The elements of a leaf-list as C_INT32, or as C_ENUM_VALUE.
-std::vector<confd_value_t> Elements(const CdbValue& list) {
-  std::vector<confd_value_t> elements;
-  if (const auto* numbers = std::get_if<std::vector<int>>(&list)) {
-    for (const int number : *numbers) {
-      confd_value_t& element = elements.emplace_back();
-      CONFD_SET_INT32(&element, number);
-    }
-    return elements;
-  }
-  for (const Enumeration& enumeration : std::get<std::vector<Enumeration>>(list)) {
-    confd_value_t& element = elements.emplace_back();
-    CONFD_SET_ENUM_VALUE(&element, enumeration.value);
-  }
-  return elements;
-}
-
-std::string ElementText(const confd_value_t& element) {
-  std::array<char, 64> text{};
-  confd_pp_value(text.data(), static_cast<int>(text.size()), &element);
-  return element.type == C_XMLTAG ? std::string("/") + text.data()
-                                  : std::string("{") + text.data() + "}";
-}
-
 }  // namespace
 
 void ResetConfd() {
   Current() = State{};
+  ResetValues();
 }
 void SetLeaf(const std::string& path, CdbValue value) {
   Current().leaves[path] = std::move(value);
@@ -198,19 +135,6 @@ void NoteCall(const std::string& call) {
   Current().calls.push_back(call);
   Event(call);
 }
-int FreedValues() {
-  return Current().freed;
-}
-int LiveValues() {
-  return Current().live;
-}
-int ValueTextSize() {
-  return Current().value_text_size;
-}
-void SetKeypathText(std::string text) {
-  Current().keypath_text = std::move(text);
-}
-
 }  // namespace fake
 
 using fake::Current;
@@ -265,10 +189,7 @@ int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...)
   if (value == nullptr) {
     return CONFD_ERR;
   }
-  const std::vector<confd_value_t> elements = fake::Elements(*value);
-  *n = static_cast<int>(elements.size());
-  *values = static_cast<confd_value_t*>(std::calloc(elements.size(), sizeof(confd_value_t)));
-  std::copy(elements.begin(), elements.end(), *values);
+  *values = fake::NewList(*value, n);
   return CONFD_OK;
 }
 
@@ -346,44 +267,6 @@ int confd_data_reply_next_key(confd_trans_ctx* tctx, const confd_value_t* v, int
 
 const char* confd_lasterr(void) {
   return Current().last_error.c_str();
-}
-
-void confd_free_value(confd_value_t* v) {
-  fake::Event("confd_free_value");
-  ++Current().freed;
-  if (v->type == C_BUF) {
-    std::free(CONFD_GET_BUFPTR(v));
-    --Current().live;
-  }
-  CONFD_SET_NOEXISTS(v);
-}
-
-int confd_pp_value(char* buf, int bufsiz, const confd_value_t* v) {
-  const auto size = static_cast<std::size_t>(bufsiz);
-  Current().value_text_size = bufsiz;
-  switch (v->type) {
-    case C_XMLTAG:
-      return std::snprintf(buf, size, "0x%08x", CONFD_GET_XMLTAG(v));
-    case C_BUF:
-      return std::snprintf(buf, size, "%s", CONFD_GET_CBUFPTR(v));
-    case C_INT32:
-      return std::snprintf(buf, size, "%d", CONFD_GET_INT32(v));
-    case C_INT64:
-      return std::snprintf(buf, size, "%s", std::to_string(CONFD_GET_INT64(v)).c_str());
-    case C_ENUM_VALUE:
-      return std::snprintf(buf, size, "enum(%d)", CONFD_GET_ENUM_VALUE(v));
-    default:
-      return std::snprintf(buf, size, "type(%d)", static_cast<int>(v->type));
-  }
-}
-
-int confd_pp_kpath(char* buf, int bufsiz, const confd_hkeypath_t* hkeypath) {
-  std::string text;
-  for (int i = hkeypath->len - 1; i >= 0; --i) {
-    text += fake::ElementText(hkeypath->v[i][0]);
-  }
-  return std::snprintf(buf, static_cast<std::size_t>(bufsiz), "%s",
-                       Current().keypath_text.value_or(text).c_str());
 }
 
 }  // extern "C"

@@ -44,8 +44,13 @@ void NoteCall(const std::string& call);
 int FreedValues();
 int LiveValues();
 
-// Instead of what confd_pp_kpath makes of a keypath.
+// Arrays of leaf-list elements that were freed.
+int FreedLists();
+
+// Instead of what confd_pp_kpath makes of a keypath, and confd_pp_value of a
+// value.
 void SetKeypathText(std::string text);
+void SetValueText(std::string text);
 
 // Size of the buffer that confd_pp_value was given last.
 int ValueTextSize();
