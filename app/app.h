@@ -24,8 +24,9 @@ inline constexpr const char* kApplicationName = "cfm-app";
 class App {
  public:
   // The client and the receiver are borrowed and outlive the object. The
-  // handlers are called from inside the middleware loop only. What the client
-  // or the framework throws at construction passes through.
+  // handlers are called from inside the middleware loop, but for an
+  // invalidation that the receiver remembers: it is replayed at construction.
+  // What the framework throws at construction passes through.
   App(velmw_t* middleware, const char* name, Client* client, StatusReceiver* receiver);
   ~App();
 

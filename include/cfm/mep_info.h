@@ -12,7 +12,7 @@ namespace cfm {
 struct MepInfo {
   std::string md;  // maintenance domain name
   std::string ma;  // maintenance association name
-  int mep;         // MEP id, 1..8191 on the wire, held as 16 bits; 0 for "any"
+  int mep;         // MEP id, a 16-bit value, 1..8191 on the wire; 0 for "any"
 };
 
 // Domain first, then association (both byte by byte), then the signed id.

@@ -8,9 +8,10 @@
 
 namespace cfm {
 
-// Notifications of the CFM manager, each delivered from inside the middleware
-// loop on the main thread. Names are those of the MD and the MA. The order of
-// the operations is the client library's.
+// Notifications of the CFM manager, delivered on the main thread: from inside
+// the middleware loop, but for the HandleStatusInvalidated that the client's
+// constructor reports. Names are those of the MD and the MA. The order of the
+// operations is the client library's.
 class ReceivedInformationHandler {
  public:
   virtual void HandleStatusLocalMep(std::string md, std::string ma, unsigned short mep,

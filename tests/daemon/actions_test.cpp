@@ -25,7 +25,7 @@ class Actions : public PlatformTest {
     return {{tag, tag::kNamespace}, value};
   }
 
-  // The messages after the constructor's, without level and place.
+  // The messages after the constructor's, as "level text".
   std::vector<std::string> Perform(std::vector<confd_tag_value_t> parameters, int expected) {
     cfm::Actions actions(fake::Category(), &client_, &callpoint_);
     fake::Logs().clear();

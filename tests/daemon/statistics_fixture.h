@@ -54,7 +54,7 @@ class StatisticsCallpoint : public PlatformTest {
     events.swap(fake::Events());
     return events;
   }
-  // The messages since they were asked for last, without place.
+  // The messages since they were asked for last, as "level function: text".
   static std::vector<std::string> Messages() {
     std::vector<std::string> messages;
     for (const fake::LogRecord& record : fake::Logs()) {
