@@ -21,6 +21,7 @@
 #include "daemon/fake_client.h"
 #include "daemon/fake_velconfd.h"
 #include "daemon/platform_test.h"
+#include "daemon/values.h"
 
 int CfmAppMain(int argc, char* argv[]);
 
@@ -133,19 +134,29 @@ TEST_F(Main, TheLoopRunsOnTheHandleWithItsFlagSet) {
   EXPECT_TRUE(flag);
 }
 
+TEST_F(Main, TheAgentIsToldTheNameOfTheProgram) {
+  Run();
+  EXPECT_EQ(fake::LastAgentInterface().name, "cfm-app");
+}
+
 TEST_F(Main, TheClientGetsTheHandleAndTheReceiver) {
   Run();
   EXPECT_EQ(client_middleware_, fake::Middleware());
   EXPECT_NE(receiver_, nullptr);
 }
 
-// The client may report before anybody listens.
+// The client may report before anybody listens. The handler for status puts
+// the wipe off while it is built.
 TEST_F(Main, AnInvalidationInsideTheClientsConstructorIsSurvived) {
   fake::OnClientConstruction([this](velmw_t*, cfm::ReceivedInformationHandler* receiver) {
     receiver_ = dynamic_cast<cfm::StatusReceiver*>(receiver);
     receiver->HandleStatusInvalidated();
   });
   EXPECT_EQ(Run(), 0);
+  std::vector<std::string> expected(std::begin(kFromStartToEnd), std::end(kFromStartToEnd));
+  expected.insert(std::find(expected.begin(), expected.end(), "zlog Status handling initialized"),
+                  "zlog ConfD not ready, scheduling an InvalidateAllStatus in ConfD connection");
+  EXPECT_EQ(fake::Events(), expected);
 }
 
 TEST_F(Main, AClientThatCannotBeBuiltEndsMainByItsExceptionAndTheReceiverIsDestroyed) {
@@ -172,6 +183,15 @@ class App : public PlatformTest {
  protected:
   std::unique_ptr<cfm::App> MakeApp() {
     return std::make_unique<cfm::App>(fake::Middleware(), "another name", &client_, &receiver_);
+  }
+
+  // Reads a statistics leaf of a local record through the first callpoint of
+  // the application's data handler.
+  static int ReadMepCcmsSent(long long key) {
+    confd_trans_ctx transaction = Transaction(7);
+    confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kMepCcmsSent), Int64(key)});
+    return fake::LastAgentInterface().data_handlers[0]->GetCallpoints().front()->GetElemCallback(
+        &transaction, &keypath);
   }
 
   cfm::StatusReceiver receiver_;
@@ -225,11 +245,50 @@ TEST_F(App, TheHandlersUseTheClientThatItWasGiven) {
   EXPECT_EQ(fake::ClearRequests().size(), 1u);
 }
 
+TEST_F(App, AReadOfStatisticsAsksTheClientThatItWasGiven) {
+  const auto app = MakeApp();
+  receiver_.HandleStatusLocalMep("A", "x", 5, {});
+  fake::SetUptime(1000);
+  EXPECT_EQ(ReadMepCcmsSent(0), CONFD_DELAYED_RESPONSE);
+  EXPECT_EQ(fake::StatisticsRequests(), 1);
+}
+
+TEST_F(App, TheActionClearsTheStatisticsThatAreRead) {
+  const auto app = MakeApp();
+  receiver_.HandleStatusLocalMep("A", "x", 5, {});
+  fake::SetUptime(1000);
+  receiver_.HandleStatisticsLocalMep("A", "x", 5, {});
+  EXPECT_EQ(ReadMepCcmsSent(0), CONFD_OK);
+  fake::LastAgentInterface().action_handlers[0]->ActionCb(nullptr, nullptr, nullptr, nullptr, 0);
+  EXPECT_EQ(ReadMepCcmsSent(0), CONFD_DELAYED_RESPONSE);
+}
+
+TEST_F(App, EveryHandlerLogsInTheApplicationsCategory) {
+  MakeApp().reset();
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("10 config.cpp Config: CFM configuration handler initialized",
+                          "10 status.cpp Status: Status handling initialized",
+                          "10 status.cpp Actions: Actions handler initialized",
+                          "10 app.cpp App: The application is up and running",
+                          "10 config.cpp ~Config: CFM configuration handler finished",
+                          "10 app.cpp ~App: The application was finished"));
+}
+
+TEST_F(App, TheBaseOfTheActionHandlerKnowsTheCategory) {
+  const auto app = MakeApp();
+  EXPECT_EQ(fake::LastAgentInterface().action_handler_log, fake::Category());
+}
+
+// An invalidation after the end reaches nobody and is remembered.
 TEST_F(App, ClientAndReceiverAreLeftAlone) {
   MakeApp().reset();
   EXPECT_EQ(fake::LiveClient(), &client_);
-  receiver_.HandleStatusInvalidated();
   EXPECT_THAT(fake::Events(), Not(Contains("~Client")));
+  fake::Events().clear();
+  receiver_.HandleStatusInvalidated();
+  EXPECT_THAT(fake::Events(), IsEmpty());
+  receiver_.Register({}, {}, {}, {}, {}, {}, {}, [] { fake::Event("invalidated"); });
+  EXPECT_THAT(fake::Events(), ElementsAre("invalidated"));
 }
 
 TEST_F(App, WhatWasBuiltIsTakenDownWhenTheFrameworkCannotBeBuilt) {

@@ -113,11 +113,11 @@ void zlog(zlog_category_t* category, const char* file, size_t filelen, const cha
   va_start(arguments, format);
   std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
-  const bool ours = category == fake::Category();
+  const char* const place = category == fake::Category() ? "" : "(in another category) ";
   const fake::LogRecord record{std::string(file, filelen), std::string(func, funclen), line, level,
-                               ours ? text.data() : "(in another category)"};
+                               std::string(place) + text.data()};
   Current().logs.push_back(record);
-  Event(std::string("zlog ") + text.data());
+  Event("zlog " + record.text);
   Current().on_log(record);
 }
 

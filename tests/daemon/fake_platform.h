@@ -16,7 +16,9 @@ namespace fake {
 // Forgets everything; every test starts with it.
 void Reset();
 
-// Calls whose order matters across the platform's libraries.
+// What the daemon did to the platform, in order: calls of the middleware and
+// the libraries, records of the log as "zlog text", operational writes and
+// replies, and what of the framework's is built and destroyed.
 std::vector<std::string>& Events();
 void Event(const std::string& event);
 
@@ -29,7 +31,7 @@ struct LogRecord {
   std::string function;
   long line;
   int level;
-  std::string text;
+  std::string text;  // begins with "(in another category) " where that is so
 };
 std::vector<LogRecord>& Logs();
 // Called after each record.

@@ -61,6 +61,17 @@ TEST_F(Handler, TheCallpointsKnowTheMepsOfItsRecords) {
   }
 }
 
+TEST_F(Handler, EveryCallpointLogsInItsCategory) {
+  confd_hkeypath_t keypath = Keypath({Tag(cfm::tag::kLevel), Int64(0), Tag(cfm::tag::kLocal)});
+  for (velconfd::DataHandler::Callpoint* callpoint : status_.GetCallpoints()) {
+    EXPECT_EQ(callpoint->GetNextCallback(nullptr, &keypath, -1), CONFD_ERR);
+  }
+  std::vector<std::string> expected(
+      11, "zlog Get next called for unexpected XML Tag of leaf 0x7dec02bd");
+  expected.front() = "zlog GetNextCallback (not implemented) called to /0x7ef235bf{0}/0x7dec02bd";
+  EXPECT_EQ(Happened(), expected);
+}
+
 TEST_F(Handler, TheStatisticsCallpointAsksItsClient) {
   status_.LocalMepUpdate("A", "x", 5, LocalStatus());
   fake::SetUptime(1000);
