@@ -126,6 +126,17 @@ TEST_F(Invalidation, ARemoteRecordThatCannotBeDeletedStopsItToo) {
   EXPECT_THAT(Calls(), Not(Contains(HasSubstr("cdb_create"))));
 }
 
+TEST_F(Invalidation, OneThatFailsFreesNoKey) {
+  status_.LocalMepUpdate("A", "x", 5, LocalStatus());
+  Publish(kRemoteList, 1);
+  fake::FailCdb("/status/oam/cfm/remote[0]", "no session");
+  Connect();
+  status_.InvalidateAllStatus();
+  Calls();
+  status_.LocalMepUpdate("A", "x", 6, LocalStatus());
+  EXPECT_THAT(Calls(), Contains("cdb_create 40 /status/oam/cfm/local{1}/"));
+}
+
 TEST_F(Invalidation, BeforeConfdIsConnectedItIsPutOffAndCarriedOutOnce) {
   Publish(kLocalList, 1);
   status_.InvalidateAllStatus();
@@ -176,6 +187,32 @@ TEST_F(Invalidation, WithoutASocketItIsPutOffUntilTheNextConnection) {
   fake::SetSessionSocket(0);
   Connect();
   EXPECT_THAT(Calls(), Contains("cdb_num_instances 0 /status/oam/cfm/local"));
+}
+
+// It counts as carried out when it begins: what puts it off again stays.
+TEST_F(Invalidation, OneThatIsPutOffAgainInsideAConnectionIsCarriedOutInTheNextOne) {
+  status_.InvalidateAllStatus();
+  fake::SetSessionSocket(-1);
+  Connect();
+  EXPECT_THAT(fake::LogTexts(), ElementsAre(kPutOffRecord, kPutOffRecord));
+  fake::SetSessionSocket(40);
+  Calls();
+  Connect();
+  EXPECT_THAT(Calls(), Contains("cdb_num_instances 40 /status/oam/cfm/local"));
+  Connect();
+  EXPECT_THAT(Calls(), IsEmpty());
+}
+
+TEST_F(Invalidation, OneThatIsCarriedOutDoesNotTakeThePlaceOfOneThatWasPutOff) {
+  Connect();
+  fake::SetSessionSocket(-1);
+  status_.InvalidateAllStatus();
+  fake::SetSessionSocket(40);
+  Calls();
+  status_.InvalidateAllStatus();
+  EXPECT_THAT(Calls(), Contains("cdb_num_instances 40 /status/oam/cfm/local"));
+  Connect();
+  EXPECT_THAT(Calls(), Contains("cdb_num_instances 40 /status/oam/cfm/local"));
 }
 
 TEST_F(Invalidation, OneThatFailedIsNotTriedAgain) {
