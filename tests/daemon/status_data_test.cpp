@@ -217,6 +217,21 @@ TEST_F(StatusData, TheAgeOfAChangeGrowsWithTheUptime) {
   EXPECT_EQ(data_.GetLastChange(1), "ago");
 }
 
+TEST_F(StatusData, KeysAndTimesHave64Bits) {
+  constexpr long long kBigKey = (1LL << 32) + 1;
+  constexpr long kLater = 1L << 33;
+  data_.SetLastChange(1, 0);
+  data_.SetLastChange(kBigKey, kLater);
+  fake::SetUptime(kLater + 7);
+  EXPECT_EQ(data_.GetLastChange(kBigKey), "7s ago");
+  data_.SetMepInfo(1, {"A", "x", 1});
+  data_.SetMepInfo(kBigKey, {"B", "y", 2});
+  EXPECT_EQ(data_.GetMepInfo(1).mep, 1);
+  EXPECT_EQ(data_.GetMepInfo(kBigKey).mep, 2);
+  data_.SetMepKey("A", "x", 1, kBigKey);
+  EXPECT_EQ(data_.GetMepKey("A", "x", 1), kBigKey);
+}
+
 // 2^64 - 1 seconds.
 constexpr const char* kHugeAge = "584554049253y 10m 1w 1d 1h 41min 39s ago";
 

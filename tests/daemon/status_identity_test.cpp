@@ -33,6 +33,35 @@ TEST_F(StatusIdentity, ARemoteMepWithTheIdOfALocalOneTakesItsKeyWithoutARecord) 
   const auto happened = Happened();
   EXPECT_THAT(happened, Not(Contains(HasSubstr("cdb_create"))));
   EXPECT_THAT(happened, Contains(RemoteWrites(0).back()));
+  EXPECT_THAT(MepOf(0), HasSubstr("(MD A, MA x, MEP 7)"));
+}
+
+TEST_F(StatusIdentity, ALocalMepWithTheIdOfARemoteOneTakesItsKeyWithoutARecord) {
+  UpdateRemote(5, 1);
+  Happened();
+  UpdateLocal(5);
+  EXPECT_EQ(Happened(), InSession({}, LocalWrites(0)));
+  EXPECT_THAT(MepOf(0), HasSubstr("(MD A, MA x, MEP 5)"));
+}
+
+// Whichever of the two goes first takes the key along.
+TEST_F(StatusIdentity, TheRemovalOfOneMakesTheOtherUnknown) {
+  UpdateRemote(7);
+  Happened();
+  status_.LocalMepDelete("A", "x", 7);
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Local(0, ""), kClose));
+  status_.RemoteMepDelete("A", "x", 5, 7);
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("12 status.cpp RemoteMepDelete: Ignoring un-existent remote MEP delete "
+                          "(MD: A, MA: x, Local-MEP: 5, Remote-MEP: 7)"));
+  UpdateLocal(7);
+  Happened();
+  status_.RemoteMepDelete("A", "x", 5, 7);
+  EXPECT_THAT(Happened(), ElementsAre(kOpen, "cdb_delete 40 " + Remote(1, ""), kClose));
+  status_.LocalMepDelete("A", "x", 7);
+  EXPECT_THAT(fake::LogTexts(),
+              ElementsAre("12 status.cpp LocalMepDelete: Ignoring un-existent local MEP delete "
+                          "(MD: A, MA: x, MEP: 7)"));
 }
 
 }  // namespace

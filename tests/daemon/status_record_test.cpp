@@ -64,6 +64,15 @@ TEST_F(StatusRecord, EveryLastStateChangeOfARemoteMepIsKept) {
   EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(2s ago)");
 }
 
+TEST_F(StatusRecord, ALastStateChangeHas64Bits) {
+  constexpr long kLater = 1L << 33;
+  cfm::st_rmep_status status = RemoteStatus();
+  status.last_state_change = kLater;
+  fake::SetUptime(kLater + 5);
+  status_.RemoteMepUpdate("A", "x", 5, 7, status);
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(5s ago)");
+}
+
 TEST_F(StatusRecordDeath, ALocalMepHasNoLastStateChange) {
   UpdateLocal();
   EXPECT_EXIT(
@@ -123,6 +132,57 @@ TEST_F(StatusRecord, AFaultComesBetweenTheWrites) {
   expected[8] = "cdb_set_elem 40 " + Local(0, "tx-port-status-tlv C_ENUM_VALUE(3)");
   expected.insert(expected.begin() + 8, "velmw_gen_fault");
   EXPECT_EQ(Happened(), InSession({}, expected));
+}
+
+TEST_F(StatusRecord, AFaultComesBetweenTheWritesOfARemoteMepToo) {
+  cfm::st_rmep_status status = RemoteStatus();
+  status.rx_interface_status = cfm::InterfaceStatus{9};
+  status.rx_port_status = cfm::PortStatus{9};
+  UpdateRemote();
+  Happened();
+  status_.RemoteMepUpdate("A", "x", 5, 7, status);
+  std::vector<std::string> expected = RemoteWrites(0);
+  expected[6] = "cdb_set_elem 40 " + Remote(0, "rx-interface-status-tlv C_ENUM_VALUE(7)");
+  expected[7] = "cdb_set_elem 40 " + Remote(0, "rx-port-status-tlv C_ENUM_VALUE(3)");
+  expected.insert(expected.begin() + 7, "velmw_gen_fault");
+  expected.insert(expected.begin() + 6, "velmw_gen_fault");
+  EXPECT_EQ(Happened(), InSession({}, expected));
+  ASSERT_EQ(fake::Faults().size(), 2u);
+  EXPECT_EQ(fake::Faults()[0].message, "Unsupported Interface Status: 9");
+  EXPECT_EQ(fake::Faults()[1].message, "Unsupported Port State: 9");
+}
+
+TEST_F(StatusRecord, EveryBlockStateIsWritten) {
+  const struct {
+    int state;
+    const char* text;
+  } kStates[] = {{0, "N/A"}, {1, "Forwarding"}, {2, "Blocked"}, {3, "Invalid"}};
+  for (const auto& row : kStates) {
+    cfm::st_lmep_status status = LocalStatus();
+    status.block_state = cfm::BlockState{row.state};
+    Happened();
+    status_.LocalMepUpdate("A", "x", 5, status);
+    EXPECT_THAT(Happened(),
+                Contains("cdb_set_elem 40 " + Local(0, "block-state C_STR(") + row.text + ")"));
+  }
+}
+
+TEST_F(StatusRecord, EveryRemoteMepStateIsWritten) {
+  for (int state = 0; state < 4; ++state) {
+    cfm::st_rmep_status status = RemoteStatus();
+    status.state = static_cast<cfm::en_rmep_state>(state);
+    Happened();
+    status_.RemoteMepUpdate("A", "x", 5, 7, status);
+    EXPECT_THAT(Happened(), Contains("cdb_set_elem 40 " + Remote(0, "state C_ENUM_VALUE(") +
+                                     std::to_string(state) + ")"));
+  }
+}
+
+TEST_F(StatusRecord, AnRdiThatIsReceivedIsWrittenAsOne) {
+  cfm::st_rmep_status status = RemoteStatus();
+  status.rx_rdi = true;
+  status_.RemoteMepUpdate("A", "x", 5, 7, status);
+  EXPECT_THAT(Happened(), Contains("cdb_set_elem 40 " + Remote(0, "rx-rdi C_ENUM_VALUE(1)")));
 }
 
 TEST_F(StatusRecordDeath, AnUnknownRemoteMepStateIsFatal) {
