@@ -12,6 +12,7 @@ struct State {
   int apply_result = 0;
   std::vector<ClearRequest> clear_requests;
   int statistics_requests = 0;
+  std::function<void()> statistics_hook = [] {};
   std::function<void()> destruction_hook = [] {};
   ConstructionHook hook = [](velmw_t*, cfm::ReceivedInformationHandler*) {};
 };
@@ -43,6 +44,9 @@ std::vector<ClearRequest>& ClearRequests() {
 }
 int StatisticsRequests() {
   return Current().statistics_requests;
+}
+void OnStatisticsRequest(std::function<void()> hook) {
+  Current().statistics_hook = std::move(hook);
 }
 void OnClientConstruction(ConstructionHook hook) {
   Current().hook = std::move(hook);
@@ -81,6 +85,7 @@ int Client::ApplyConfiguration(const std::map<std::string, hierarchy_md>& domain
 int Client::RequestStatistics() {
   fake::Event("RequestStatistics");
   ++fake::Current().statistics_requests;
+  fake::Current().statistics_hook();
   return -1;
 }
 

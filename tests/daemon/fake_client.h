@@ -27,6 +27,8 @@ struct ClearRequest {
 std::vector<ClearRequest>& ClearRequests();
 // How often RequestStatistics was called.
 int StatisticsRequests();
+// Called inside RequestStatistics.
+void OnStatisticsRequest(std::function<void()> hook);
 
 // Called inside the constructor; may throw.
 using ConstructionHook = std::function<void(velmw_t*, cfm::ReceivedInformationHandler*)>;

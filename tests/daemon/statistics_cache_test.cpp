@@ -35,6 +35,14 @@ TEST_F(StatisticsCache, AnEntryIsRecentInItsSecondAndTheNextOne) {
   }
 }
 
+TEST_F(StatisticsCache, AnAgeHas64Bits) {
+  StoreLocal("A", 5);
+  StoreRemote("A", 7);
+  fake::SetUptime(1000 + (1L << 32));
+  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kMepCcmsSent, {"A", "x", 5}));
+  EXPECT_FALSE(callpoint_.IsRecentStatisticInCache(tag::kRmepCcmsReceived, {"A", "x", 7}));
+}
+
 TEST_F(StatisticsCache, LocalAndRemoteEntriesOfOneMepAreTwo) {
   data_.SetMepInfo(4, {"A", "x", 5});
   StoreLocal("A", 5);

@@ -120,6 +120,30 @@ TEST_F(StatisticsCallpoint, EveryParkedReadSendsARequestAndEveryEndAnswersTheOld
   }
 }
 
+// The client may answer before the request returns.
+TEST_F(StatisticsCallpoint, AReadIsParkedBeforeTheManagerIsAsked) {
+  fake::OnStatisticsRequest([this] {
+    StoreLocal("A", 5, {42, 0, 0, 0});
+    callpoint_.HandleStatisticsFinished();
+  });
+  EXPECT_EQ(Read(tag::kMepCcmsSent, 1, 21), CONFD_DELAYED_RESPONSE);
+  EXPECT_EQ(Happened().back(), "reply 21: C_UINT64(42)");
+  callpoint_.HandleStatisticsFinished();
+  EXPECT_THAT(Happened(), Not(Contains(HasSubstr("reply"))));
+}
+
+TEST_F(StatisticsCallpoint, AKeyHas64Bits) {
+  constexpr long long kBigKey = (1LL << 32) + 1;
+  data_.SetMepInfo(kBigKey, {"B", "x", 9});
+  StoreLocal("A", 5, {1, 0, 0, 0});
+  StoreLocal("B", 9, {2, 0, 0, 0});
+  Happened();
+  EXPECT_EQ(Read(tag::kMepCcmsSent, kBigKey), CONFD_OK);
+  const auto happened = Happened();
+  EXPECT_THAT(happened.front(), HasSubstr("(MD B, MA x, MEP 9)"));
+  EXPECT_EQ(happened.back(), "reply 7: C_UINT64(2)");
+}
+
 TEST_F(StatisticsCallpoint, AnEndThatNobodyWaitsForIsLogged) {
   callpoint_.HandleStatisticsFinished();
   EXPECT_THAT(Messages(), ElementsAre("10 HandleStatisticsFinished: End of statistics receiving",

@@ -129,6 +129,8 @@ TEST_F(StatusCallpoint, AFailedQuestionForContinuityCheckLeadsToTheRead) {
   fake::FailCdb(kMep + "/continuity-check", "no session");
   fake::SetLeaf(kMep + "/continuity-check/fault-alarm-time", 3500);
   EXPECT_EQ(Answer(tag::kFaultAlarmTime), "reply 7: C_STR(3500ms)");
+  fake::SetLeaf(kMep + "/continuity-check/fault-reset-time", 4500);
+  EXPECT_EQ(Answer(tag::kFaultResetTime), "reply 7: C_STR(4500ms)");
 }
 
 TEST_F(StatusCallpoint, TheLastStateChangeIsAnAge) {
@@ -143,6 +145,20 @@ TEST_F(StatusCallpoint, TheLastStateChangeOfARemoteRecordNeedsNothingButTheKey) 
   fake::SetUptime(105);
   EXPECT_EQ(GetElem(Remote(tag::kLastStateChange, 99)), CONFD_OK);
   EXPECT_THAT(fake::CdbCalls(), ElementsAre(kOpen, "reply 7: C_STR(5s ago)", kClose));
+}
+
+TEST_F(StatusCallpoint, TheKeyOfARecordHas64Bits) {
+  constexpr long long kBigKey = (1LL << 32) + 3;
+  data_.SetMepInfo(kBigKey, {"west", "red", 6});
+  fake::SetLeaf("/config/oam/cfm/md{east}/level", 6);
+  fake::SetLeaf("/config/oam/cfm/md{west}/level", 2);
+  EXPECT_EQ(GetElem(Local(tag::kLevel, kBigKey)), CONFD_OK);
+  EXPECT_THAT(fake::CdbCalls(), Contains("reply 7: C_INT32(2)"));
+  data_.SetLastChange(3, 0);
+  data_.SetLastChange(kBigKey, 100);
+  fake::SetUptime(105);
+  EXPECT_EQ(GetElem(Remote(tag::kLastStateChange, kBigKey)), CONFD_OK);
+  EXPECT_THAT(fake::CdbCalls(), Contains("reply 7: C_STR(5s ago)"));
 }
 
 TEST_F(StatusCallpoint, LeavesOfARemoteRecordAreLookedForWithoutNames) {
@@ -186,6 +202,12 @@ TEST_F(StatusCallpointDeath, AnUnknownLeafIsFatal) {
               Fatal("GetElemCallback", "Unsupported Parameter: 0x0000abcd"));
   EXPECT_EXIT(GetElem(Local(tag::kVlanList)), ExitedWithCode(1),
               Fatal("GetElemCallback", "Unsupported Parameter: 0x41131793"));
+}
+
+TEST_F(StatusCallpointDeath, TheTextOfAnUnknownLeafIsCutTo63Characters) {
+  fake::SetValueText(std::string(100, 'v'));
+  EXPECT_EXIT(GetElem(Local(0x0000abcd)), ExitedWithCode(1),
+              Fatal("GetElemCallback", "Unsupported Parameter: " + std::string(63, 'v')));
 }
 
 TEST_F(StatusCallpointDeath, AnUnknownKeyIsFatal) {

@@ -75,6 +75,44 @@ TEST_F(StatusList, AWalkThatGoesOnNeedsNoKey) {
   EXPECT_THAT(fake::CdbCalls(), ElementsAre(kOpen, "next_key 7: none keys=-1 next=-1", kClose));
 }
 
+TEST_F(StatusList, AWalkDoesNotLookAtTheListOfTheRecord) {
+  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10});
+  for (const confd_hkeypath_t& keypath :
+       {Remote(tag::kVlanList), Keypath({Tag(tag::kVlanList), Int64(3)})}) {
+    fake::CdbCalls().clear();
+    EXPECT_EQ(GetNext(keypath, -1), CONFD_OK);
+    EXPECT_THAT(fake::CdbCalls(), Contains("next_key 7: C_INT32(10) keys=1 next=1"));
+  }
+}
+
+TEST_F(StatusList, WalksThroughOneLeafOfTwoRecordsShareTheValues) {
+  data_.SetMepInfo(4, {"east", "red", 6});
+  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10, 20});
+  fake::SetLeaf("/config/oam/cfm/md{east}/ma{red}/vlan-list", std::vector<int>{11, 21, 31});
+  GetNext(Local(tag::kVlanList, 3), -1);
+  GetNext(Local(tag::kVlanList, 4), -1);
+  fake::CdbCalls().clear();
+  GetNext(Local(tag::kVlanList, 3), 1);
+  EXPECT_THAT(fake::CdbCalls(),
+              ElementsAre(kOpen, "next_key 7: C_INT32(21) keys=1 next=2", kClose));
+}
+
+TEST_F(StatusList, TheKeyOfARecordHas64Bits) {
+  constexpr long long kBigKey = (1LL << 32) + 3;
+  data_.SetMepInfo(kBigKey, {"east", "red", 6});
+  EXPECT_EQ(GetNext(Local(tag::kVlanList, kBigKey), -1), CONFD_OK);
+  EXPECT_THAT(fake::CdbCalls(),
+              Contains("cdb_exists 40 /config/oam/cfm/md{east}/ma{red}/vlan-list"));
+}
+
+TEST_F(StatusList, TheArrayOfTheElementsIsFreed) {
+  fake::SetLeaf(kMa + "/vlan-list", std::vector<int>{10, 20});
+  Step(tag::kVlanList, -1);
+  EXPECT_EQ(fake::FreedLists(), 1);
+  Step(tag::kVlanList, 1);
+  EXPECT_EQ(fake::FreedLists(), 1);
+}
+
 TEST_F(StatusList, AWalkThroughAnotherLeafIsRefusedWithoutASession) {
   EXPECT_EQ(GetNext(Local(tag::kRemoteMeps), -1), CONFD_ERR);
   EXPECT_EQ(GetNext(Local(tag::kLevel), 5), CONFD_ERR);
@@ -104,6 +142,14 @@ TEST_F(StatusListDeath, ALeafListThatCannotBeReadIsFatal) {
       GetNext(Local(tag::kStatusRemoteMeps), -1), ExitedWithCode(1),
       Fatal("GetNextCallback",
             "Error to retrieve /config/oam/cfm/md{east}/ma{blue}/remote-meps configuration"));
+}
+
+// Only a plain no is the end of the list.
+TEST_F(StatusListDeath, AFailedQuestionForALeafListLeadsToTheRead) {
+  fake::FailCdb(kMa + "/vlan-list", "no session");
+  EXPECT_EXIT(GetNext(Local(tag::kVlanList), -1), ExitedWithCode(1),
+              Fatal("GetNextCallback",
+                    "Error to retrieve /config/oam/cfm/md{east}/ma{blue}/vlan-list configuration"));
 }
 
 TEST_F(StatusListDeath, AKeypathOfAWalkIsAsserted) {
