@@ -82,6 +82,11 @@ TEST_F(ActionsDeath, WithoutAClientOrACallpointItsConstructionIsFatal) {
               FatalFault("Actions", "", "status.cpp"));
 }
 
+TEST_F(ActionsDeath, WithoutBothThereIsOneFault) {
+  EXPECT_EXIT(cfm::Actions(fake::Category(), nullptr, nullptr), ExitedWithCode(1),
+              "^backtrace\nfault severity=1 function=Actions [^\n]*\n$");
+}
+
 TEST_F(Actions, WithoutParametersEverythingIsCleared) {
   EXPECT_THAT(Perform({}, CONFD_OK),
               ElementsAre(kReceived,
@@ -130,6 +135,42 @@ TEST_F(Actions, MepZeroStandsForAnyAndALaterParameterWins) {
               ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 0}));
 }
 
+TEST_F(Actions, ALaterNameWinsToo) {
+  Perform({Parameter(tag::kMd, Buf("A")), Parameter(tag::kMa, Buf("x")),
+           Parameter(tag::kMa, Buf("y")), Parameter(tag::kMd, Buf("B"))},
+          CONFD_OK);
+  EXPECT_THAT(fake::ClearRequests(), ElementsAre(fake::ClearRequest{"B", "y", 0}));
+}
+
+TEST_F(Actions, AnIdWhoseLow16BitsAreZeroStandsForAny) {
+  EXPECT_THAT(Perform({Parameter(tag::kMep, Int32(65536))}, CONFD_OK),
+              ElementsAre(kReceived, "10 Parameter MEP=0 received",
+                          "10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: <any>",
+                          kCleared));
+  EXPECT_THAT(fake::ClearRequests(),
+              ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 0}));
+}
+
+TEST_F(Actions, ANegativeIdIsShownAsItIsAndTakesTheLow16Bits) {
+  EXPECT_THAT(Perform({Parameter(tag::kMep, Int32(-1))}, CONFD_OK),
+              ElementsAre(kReceived, "10 Parameter MEP=65535 received",
+                          "10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: -1",
+                          kCleared));
+  EXPECT_THAT(fake::ClearRequests(),
+              ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 65535}));
+}
+
+// It is a name for the manager, and any name for the cache.
+TEST_F(Actions, AnEmptyNameIsPassedOnAsItIs) {
+  callpoint_.HandleStatisticsLocalMep("A", "x", 5, {});
+  EXPECT_THAT(
+      Perform({Parameter(tag::kMd, Buf(""))}, CONFD_OK),
+      ElementsAre(kReceived, "10 Parameter MD= received",
+                  "10 MEP to have the statistics cleared: MD: , MA: <any>, MEP: <any>", kCleared));
+  EXPECT_THAT(fake::ClearRequests(), ElementsAre(fake::ClearRequest{"", std::nullopt, 0}));
+  EXPECT_FALSE(IsCached({"A", "x", 5}));
+}
+
 TEST_F(Actions, AnUnknownParameterIsRefusedAndNothingIsCleared) {
   callpoint_.HandleStatisticsLocalMep("A", "x", 5, {});
   EXPECT_THAT(Perform({Parameter(tag::kMd, Buf("A")), Parameter(tag::kLevel, Int32(3))}, CONFD_ERR),
@@ -137,6 +178,15 @@ TEST_F(Actions, AnUnknownParameterIsRefusedAndNothingIsCleared) {
                           "11 Invalid XML Tag 3 while handling action clear statistics."));
   EXPECT_THAT(fake::ClearRequests(), IsEmpty());
   EXPECT_TRUE(IsCached({"A", "x", 5}));
+}
+
+// The last one would fail the assertion.
+TEST_F(Actions, ParametersBehindAnUnknownOneAreNotLookedAt) {
+  EXPECT_THAT(
+      Perform({Parameter(tag::kLevel, Int32(3)), Parameter(tag::kMd, Buf("A")),
+               Parameter(tag::kMep, Buf("5"))},
+              CONFD_ERR),
+      ElementsAre(kReceived, "11 Invalid XML Tag 3 while handling action clear statistics."));
 }
 
 TEST_F(Actions, ALongUnknownParameterIsCutInTheWarning) {

@@ -115,22 +115,51 @@ TEST_F(StatusReceiver, MepIdsAreWidenedWithoutASign) {
                                   "5 md ma 65535 65534", "2 md ma 65535", "3 md ma 65535 65534"));
 }
 
+// Where the bytes of a pair of names are: they move with their strings when
+// these are too long to be kept inside.
+class NameBytes {
+ public:
+  NameBytes(const std::string& md, const std::string& ma) : md_(md.data()), ma_(ma.data()) {}
+  bool operator==(const NameBytes&) const = default;
+
+ private:
+  const void* md_;
+  const void* ma_;
+};
+
 TEST_F(StatusReceiver, StringsAreMovedIntoTheCall) {
-  const char* md_bytes = nullptr;
-  const char* ma_bytes = nullptr;
-  receiver_.Register({}, {},
-                     [&](std::string md, std::string ma, int) {
-                       md_bytes = md.data();
-                       ma_bytes = ma.data();
-                     },
-                     {}, {}, {}, {}, {});
-  std::string md(100, 'd');
-  std::string ma(100, 'a');
-  const char* const original_md = md.data();
-  const char* const original_ma = ma.data();
-  receiver_.HandleRemovedLocalMep(std::move(md), std::move(ma), 1);
-  EXPECT_EQ(static_cast<const void*>(md_bytes), original_md);
-  EXPECT_EQ(static_cast<const void*>(ma_bytes), original_ma);
+  std::vector<NameBytes> got;
+  const auto note = [&](const std::string& md, const std::string& ma, auto&&...) {
+    got.emplace_back(md, ma);
+  };
+  receiver_.Register(note, note, note, note, note, note, {}, {});
+  const auto expect_moved = [&](auto notify) {
+    std::string md(100, 'd');
+    std::string ma(100, 'a');
+    const NameBytes original(md, ma);
+    got.clear();
+    notify(std::move(md), std::move(ma));
+    EXPECT_THAT(got, testing::SizeIs(1));
+    EXPECT_TRUE(got.at(0) == original);
+  };
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleStatusLocalMep(std::move(md), std::move(ma), 1, {});
+  });
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleStatusRemoteMep(std::move(md), std::move(ma), 1, 2, {});
+  });
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleStatisticsLocalMep(std::move(md), std::move(ma), 1, {});
+  });
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleStatisticsRemoteMep(std::move(md), std::move(ma), 1, 2, {});
+  });
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleRemovedLocalMep(std::move(md), std::move(ma), 1);
+  });
+  expect_moved([&](std::string md, std::string ma) {
+    receiver_.HandleRemovedRemoteMep(std::move(md), std::move(ma), 1, 2);
+  });
 }
 
 TEST_F(StatusReceiver, WithoutCallbacksNotificationsAreDroppedWithoutAMessage) {
@@ -173,6 +202,23 @@ TEST_F(StatusReceiver, TheReplayComesBeforeTheStatisticsCallbacks) {
       [&](auto&&...) { notes_.push_back("4"); }, [&](auto&&...) { notes_.push_back("5"); },
       note("6"), [this] { NotifyAll(receiver_); });
   EXPECT_THAT(notes_, ElementsAre("0", "1", "2", "3"));
+}
+
+// A replay that throws is not done with: the next registration makes up for
+// it. What comes behind it in a registration is not in place.
+TEST_F(StatusReceiver, AReplayThatThrowsIsRepeatedByTheNextRegistration) {
+  receiver_.HandleStatusInvalidated();
+  const auto note = [this](const char* name) {
+    return [this, name](auto&&...) { notes_.push_back(name); };
+  };
+  EXPECT_THROW(receiver_.Register(note("0"), note("1"), note("2"), note("3"), note("4"), note("5"),
+                                  note("6"), [] { throw std::runtime_error("no session"); }),
+               std::runtime_error);
+  NotifyAll(receiver_);
+  EXPECT_THAT(notes_, ElementsAre("0", "1", "2", "3"));
+  notes_.clear();
+  RegisterAll(receiver_);
+  EXPECT_THAT(notes_, ElementsAre("7"));
 }
 
 TEST_F(StatusReceiver, RegisteringAgainDestroysTheFormerCallbacksInTheOrderOfAssignment) {
