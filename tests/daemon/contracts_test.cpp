@@ -14,6 +14,7 @@
 #include "cfm/received_information_handler.h"
 #include "daemon/fake_platform.h"
 #include "status/status_receiver.h"
+#include "velconfd/app_interface.h"
 #include "velconfd/cdb_session.h"
 #include "velconfd/handlers.h"
 
@@ -110,6 +111,7 @@ TEST(InterfaceOrder, EveryObjectThatIsDeletedThroughItsBaseHasAVirtualDestructor
   EXPECT_TRUE(std::has_virtual_destructor_v<cfm::Client>);
   EXPECT_TRUE(std::has_virtual_destructor_v<velconfd::BaseHandler>);
   EXPECT_TRUE(std::has_virtual_destructor_v<velconfd::DataHandler::Callpoint>);
+  EXPECT_TRUE(std::has_virtual_destructor_v<velconfd::AppInterface>);
   EXPECT_TRUE(std::has_virtual_destructor_v<VelConfdCdbSessionBase>);
 }
 
@@ -245,6 +247,15 @@ TEST(RecordLayout, SubscriptionPoint) {
 TEST(RecordLayout, StatusReceiverHoldsEightCallbacksAndAFlag) {
   EXPECT_EQ(sizeof(cfm::StatusReceiver),
             sizeof(void*) + 8 * sizeof(std::function<void()>) + sizeof(void*));
+}
+
+TEST(RecordLayout, MepInfo) {
+  using Record = cfm::MepInfo;
+  Layout()
+      .Next(&Record::md, sizeof(std::string))
+      .Next(&Record::ma, sizeof(std::string))
+      .Next(&Record::mep, 4);
+  EXPECT_TRUE(std::is_signed_v<decltype(Record::mep)>);
 }
 
 TEST(MepInfo, IsOrderedByDomainThenAssociationThenSignedId) {

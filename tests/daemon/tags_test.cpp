@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <libyang/libyang.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -109,6 +110,42 @@ class ModelTags : public testing::Test {
   std::unique_ptr<ly_ctx, Destroy> context_;
   const lys_module* module_ = nullptr;
 };
+
+// The agent's compiled model and the element's tools have these numbers.
+TEST(Tags, AreThoseThatTheElementKnows) {
+  const struct {
+    tag::Tag tag;
+    std::uint32_t number;
+  } kTags[] = {
+      {tag::kNamespace, 0x76d9c9b9},
+      {tag::kMd, 0x5baff9dc},
+      {tag::kLevel, 0x7dec02bd},
+      {tag::kMa, 0x1b9a6cbc},
+      {tag::kCcmInterval, 0x6cd8df13},
+      {tag::kPrimaryVlanId, 0x733de42a},
+      {tag::kVlanList, 0x41131793},
+      {tag::kRemoteMeps, 0x4c09a2b5},
+      {tag::kMep, 0x2b20e37e},
+      {tag::kInterface, 0x0d34ee32},
+      {tag::kDirection, 0x5780daa2},
+      {tag::kContinuityCheck, 0x61bff787},
+      {tag::kCciEnabled, 0x313c47c3},
+      {tag::kLowestFaultPriorityDefect, 0x4da61b81},
+      {tag::kFaultAlarmTime, 0x4aa160ac},
+      {tag::kFaultResetTime, 0x3ec4986c},
+      {tag::kFaultAction, 0x54300d15},
+      {tag::kLocal, 0x7ef235bf},
+      {tag::kLastStateChange, 0x6ff6d896},
+      {tag::kStatusRemoteMeps, 0x4d43f547},
+      {tag::kMepCcmsSent, 0x241a391a},
+      {tag::kMepCcmsReceived, 0x42cae9f0},
+      {tag::kMepCcmSequenceErrors, 0x0a5f8784},
+      {tag::kRmepCcmsReceived, 0x1ac436e1},
+  };
+  for (const auto& row : kTags) {
+    EXPECT_EQ(row.tag, row.number);
+  }
+}
 
 TEST_F(ModelTags, OfTheNamespaceIsTheModels) {
   const char* hash = TagHash(module_->compiled->exts);
