@@ -48,6 +48,8 @@ class Process {
   // SIGTERM, then AwaitExit.
   std::optional<int> Stop();
   pid_t Pid() const { return pid_; }
+  // Readable once the process has ended.
+  int EndFd() const { return pidfd_.Get(); }
   std::string Log() const;
   int CountInLog(const std::string& text) const;
   // Waits until the log holds the text that many times. False when the process

@@ -34,6 +34,9 @@ class Element {
   Process& Agent() { return *agent_; }
   Process& Manager() { return *manager_; }
   Process& Daemon() { return *daemon_; }
+  const Process& Agent() const { return *agent_; }
+  const Process& Manager() const { return *manager_; }
+  const Process& Daemon() const { return *daemon_; }
   // SIGKILL, and its end.
   void KillAgent() { Kill(agent_); }
   void KillManager() { Kill(manager_); }
