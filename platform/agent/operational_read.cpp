@@ -393,7 +393,9 @@ void OperationalRead::Fill(cfm::agent::Reply& reply) const {
       tree.Add(*target.entry, target.values);
     }
   }
-  if (NamesOneEntry() && !gone.Warnings().empty() && plan_->Targets().front().entry->gone) {
+  // A read that began anew may have found it gone already.
+  const auto& targets = plan_->Targets();
+  if (NamesOneEntry() && (targets.empty() || targets.front().entry->gone)) {
     AddProblems({{.message = "the entry is gone: it was deleted during the read",
                   .path = TextOf(path_),
                   .rule = "data-missing"}},

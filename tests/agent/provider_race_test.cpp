@@ -87,6 +87,30 @@ TEST_F(ProviderRaceTest, ADelayedRequestIsNotWithdrawnAndHoldsNothingUp) {
   EXPECT_EQ(front.Receive().errors_size(), 0);
 }
 
+// It begins anew because of the commit, and finds nothing to begin with.
+TEST_F(ProviderRaceTest, AReadThatBeginsAnewWithoutItsEntrySaysThatItIsGone) {
+  ScriptedProvider provider(agent_);
+  Client reader = Front("reader");
+  reader.SendGet(kLocal0);
+  provider.Begin();
+  pb::ProviderRequest request = provider.Next();
+  while (Describe(request) != "mep-ccms-sent of local 0") {
+    provider.Send(PlainReply(request));
+    request = provider.Next();
+  }
+  provider.Send(ResultReply(request, pb::ProviderReply::DELAYED));
+  Client other = Front("other");
+  other.SendGet(kLevel0);  // asked once the delay is known
+  provider.Begin();
+  provider.Send(PlainReply(provider.Next()));
+  other.Receive();
+  EXPECT_EQ(Front().Edit({SetLeaf(kMdLevel, "4")}).txid(), 2U);
+  EXPECT_THAT(writer_.Delete(EntryPath("local", 0)).withdrawn(), IsEmpty());
+  const pb::Reply reply = reader.Receive();
+  EXPECT_THAT(OnlyError(reply), HasSubstr("the entry is gone"));
+  EXPECT_EQ(reply.errors_size() > 0 ? reply.errors(0).rule() : "", "data-missing");
+}
+
 TEST_F(ProviderRaceTest, ANewEntryWithTheKeyOfADeletedOneIsAnother) {
   ScriptedProvider provider(agent_);
   Client front = Front();
