@@ -22,16 +22,16 @@ struct Repetitions {
   std::chrono::milliseconds idle_window;
 };
 
-inline constexpr Repetitions kFull{.new_commits = 9,
+inline constexpr Repetitions kFull{.new_commits = 7,
                                    .leaf_commits = 30,
                                    .cpu_batches = 10,
-                                   .deletions = 10,
-                                   .restarts = 7,
+                                   .deletions = 7,
+                                   .restarts = 5,
                                    .status_updates = 300,
-                                   .status_bursts = 7,
-                                   .wipes = 5,
+                                   .status_bursts = 5,
+                                   .wipes = 3,
                                    .reads = 300,
-                                   .delayed_reads = 10,
+                                   .delayed_reads = 7,
                                    .tables = 3,
                                    .idle_windows = 3,
                                    .idle_window = std::chrono::milliseconds(2000)};

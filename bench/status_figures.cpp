@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "await.h"
+#include "core_binding.h"
 #include "element.h"
 #include "figures.h"
 #include "record_watch.h"
@@ -62,6 +63,7 @@ class StatusElement {
   // Every record is published.
   void AwaitAll() { watch_->AwaitCount(static_cast<int>(names_.size())); }
   const std::vector<cfm::RecordName>& Remotes() const { return remotes_; }
+  std::vector<pid_t> Daemons() { return {element_.Agent().Pid(), element_.Daemon().Pid()}; }
 
   // Sends a status of each of the first `count` remote MEPs and waits until
   // all of them are published. Seconds from the first.
@@ -125,6 +127,9 @@ class StatusElement {
 
 void MeasureStatus(const Layout& layout, const Repetitions& times, Report& report) {
   StatusElement element(layout);
+  // An update is a dozen round trips, which cost ten times as much between
+  // cores: sizes can be compared only where all is on one core.
+  const CoreBinding one_core(element.Daemons());
   const std::size_t remotes = element.Remotes().size();
   // What was sent twice at the start is behind us with the last record's
   // update.
