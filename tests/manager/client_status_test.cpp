@@ -205,6 +205,34 @@ TEST_F(ClientStatus, WhatIsClearedInTheMidstOfAnAnswerIsToldAgainBeforeItsEnd) {
                                    "local statistics east blue 1 0", "finished"));
 }
 
+TEST_F(ClientStatus, OnlyWhatIsClearedIsToldAgain) {
+  Say({LocalStatus(1), RemoteStatus(1, 7, cfm::RMEP_OK), LocalStatus(2),
+       RemoteStatus(2, 7, cfm::RMEP_OK)});
+  receiver_.calls.clear();
+  client_->RequestStatistics();
+  client_->ClearStatistics("west", nullptr, 0);
+  client_->ClearStatistics("east", "green", 0);
+  client_->ClearStatistics("east", "blue", 2);
+  Say({Finished(1)});
+  EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 2 0", "finished"));
+  client_->RequestStatistics();
+  client_->ClearStatistics(nullptr, nullptr, 7);
+  Say({Finished(2)});
+  EXPECT_THAT(Heard(), ElementsAre("remote statistics east blue 1 7 0",
+                                   "remote statistics east blue 2 7 0", "finished"));
+}
+
+// It is in no answer any more, and still somebody may read it.
+TEST_F(ClientStatus, WhatIsClearedWhileItsRemovalWaitsIsTold) {
+  Say({LocalStatus(1), LocalStatus(2), Removed(2)});
+  receiver_.calls.clear();
+  client_->RequestStatistics();
+  client_->ClearStatistics(nullptr, nullptr, 0);
+  Say({Removed(1), Finished(1)});
+  EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 1 0", "finished",
+                                   "local removed east blue 1"));
+}
+
 TEST_F(ClientStatus, WhatIsClearedWhileNoRequestIsOpenNeedsNoZeros) {
   Say({LocalStatus(1), LocalStatus(2)});
   client_->ClearStatistics(nullptr, nullptr, 0);
