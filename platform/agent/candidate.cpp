@@ -20,15 +20,12 @@ Problems Candidate::Apply(const cfm::agent::Edit& edit) {
   if (committing_) {
     return {BeingCommitted()};
   }
-  Tree copy = IsOpen() ? CopyTree(tree_.get()) : datastore_.WorkingCopy();
+  Draft copy = IsOpen() ? draft_->Copy() : datastore_.NewDraft();
   if (Problems problems = ApplyEdits(model_, copy, edit); !problems.empty()) {
     return problems;
   }
-  AddImplicitNodes(model_, copy);
-  tree_ = std::move(copy);
-  if (!IsOpen()) {
-    base_ = datastore_.Running();
-  }
+  AddImplicitNodes(model_, copy.Data());
+  draft_ = std::move(copy);
   return {};
 }
 
@@ -36,8 +33,7 @@ Problems Candidate::Discard() {
   if (committing_) {
     return {BeingCommitted()};
   }
-  base_.reset();
-  tree_.reset();
+  draft_.reset();
   return {};
 }
 
@@ -48,11 +44,11 @@ Problems Candidate::Validate() const {
   if (auto stale = Staleness()) {
     return {*stale};
   }
-  const auto prepared = datastore_.Prepare(CopyTree(tree_.get()));
+  const auto prepared = datastore_.Prepare(OnItsBase());
   return prepared ? Problems{} : prepared.Why();
 }
 
-Result<Tree> Candidate::BeginCommit() {
+Result<Draft> Candidate::BeginCommit() {
   if (!IsOpen()) {
     return NotOpen();
   }
@@ -62,28 +58,44 @@ Result<Tree> Candidate::BeginCommit() {
   if (auto stale = Staleness()) {
     return *stale;
   }
-  Tree copy = CopyTree(tree_.get());
+  Draft copy = draft_->Copy();
+  draft_->Detach();
   committing_ = true;
   return copy;
 }
 
+Draft Candidate::OnItsBase() const {
+  Draft draft = draft_->Copy();
+  if (committing_) {
+    draft.Attach(datastore_.Running());
+  }
+  return draft;
+}
+
+Tree Candidate::Complete() const {
+  return OnItsBase().Complete();
+}
+
 // What a commit of it would undo without anybody having asked for that.
 std::optional<Problem> Candidate::Staleness() const {
-  if (base_ == datastore_.Running()) {
+  if (committing_ || draft_->Base() == datastore_.Running()) {
     return std::nullopt;
   }
-  return Problem{
-      .message = "commit the candidate: it was opened at commit " + std::to_string(base_->Txid()) +
-                 " and the running configuration is at commit " +
-                 std::to_string(datastore_.Running()->Txid()) +
-                 " now; look at the difference of the candidate, then discard it and make its "
-                 "edits anew"};
+  return Problem{.message =
+                     "commit the candidate: it was opened at commit " +
+                     std::to_string(draft_->Base()->Txid()) +
+                     " and the running configuration is at commit " +
+                     std::to_string(datastore_.Running()->Txid()) +
+                     " now; look at the difference of the candidate, then discard it and make its "
+                     "edits anew"};
 }
 
 void Candidate::EndCommit(bool committed) {
   committing_ = false;
   if (committed) {
     static_cast<void>(Discard());
+  } else {
+    draft_->Attach(datastore_.Running());
   }
 }
 
@@ -92,7 +104,8 @@ std::vector<cfm::agent::DiffLine> Candidate::Lines() const {
     return {};
   }
   // To what it was opened from: its own edits, and not those of others since.
-  return Difference(model_, base_->Top(), tree_.get()).Lines();
+  const Draft draft = OnItsBase();
+  return Difference(model_, draft.Before().get(), draft.Data().get()).Lines();
 }
 
 }  // namespace agentd

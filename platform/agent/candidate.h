@@ -14,9 +14,9 @@ class Candidate {
   Candidate(const Model& model, const Datastore& datastore)
       : model_(model), datastore_(datastore) {}
 
-  bool IsOpen() const { return base_ != nullptr; }
-  // Null when it is not open.
-  const lyd_node* Top() const { return tree_.get(); }
+  bool IsOpen() const { return draft_.has_value(); }
+  // The whole configuration as its edits make it. For an open one.
+  Tree Complete() const;
 
   // Opens the candidate from running when it is not open. An edit that is
   // refused leaves everything as it was.
@@ -26,9 +26,9 @@ class Candidate {
   // Whether it could be committed now.
   Problems Validate() const;
 
-  // The tree to commit; refused when running has moved on since the candidate
+  // What to commit; refused when running has moved on since the candidate
   // was opened. Until EndCommit nothing may change the candidate.
-  Result<Tree> BeginCommit();
+  Result<Draft> BeginCommit();
   // Committed, it is closed; else it stays as it was.
   void EndCommit(bool committed);
 
@@ -37,11 +37,12 @@ class Candidate {
 
  private:
   std::optional<Problem> Staleness() const;
+  // On what it was opened from; while it is committed, on what running is.
+  Draft OnItsBase() const;
 
   const Model& model_;
   const Datastore& datastore_;
-  SnapshotPtr base_;
-  Tree tree_;
+  std::optional<Draft> draft_;
   bool committing_ = false;
 };
 

@@ -49,11 +49,11 @@ void CommitQueue::Advance() {
 // Whatever fails here must cost this commit only, not those that wait.
 Problems CommitQueue::Prepare() {
   try {
-    Result<Tree> tree = queue_.front().make();
-    if (!tree) {
-      return tree.Why();
+    Result<Draft> draft = queue_.front().make();
+    if (!draft) {
+      return draft.Why();
     }
-    Result<Prepared> prepared = datastore_.Prepare(std::move(*tree));
+    Result<Prepared> prepared = datastore_.Prepare(std::move(*draft));
     if (!prepared) {
       return prepared.Why();
     }

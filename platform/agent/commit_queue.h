@@ -26,8 +26,8 @@ struct CommitResult {
 };
 
 struct CommitRequest {
-  std::string origin;                  // who asks, for the log
-  std::function<Result<Tree>()> make;  // the tree to commit; called at its turn
+  std::string origin;                   // who asks, for the log
+  std::function<Result<Draft>()> make;  // what to commit; called at its turn
   std::function<void(const CommitResult&)> done;
 };
 

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "capacity.h"
 #include "loader.h"
 #include "validation.h"
 
@@ -25,18 +26,26 @@ Datastore::Datastore(const Model& model, Store& store) : model_(model), store_(s
   if (!tree) {
     ThrowUnusable(store, tree.Why());
   }
-  if (const Problems problems = Validate(model, *tree); !problems.empty()) {
+  Problems problems = Validate(model, *tree);
+  Usage usage = UsageOf(model, tree->get());
+  CheckCapacities(usage, problems);
+  if (!problems.empty()) {
     ThrowUnusable(store, problems);
   }
-  running_ = std::make_shared<const Snapshot>(store.Txid(), std::move(*tree));
+  running_ = std::make_shared<Snapshot>(store.Txid(), std::move(*tree), std::move(usage));
 }
 
-Result<Prepared> Datastore::Prepare(Tree tree) const {
-  if (Problems problems = Validate(model_, tree); !problems.empty()) {
+Result<Prepared> Datastore::Prepare(Draft draft) const {
+  const Tree before = draft.Before();
+  Problems problems = Validate(model_, draft.Data());
+  Usage usage =
+      Changed(running_->Used(), UsageOf(model_, before.get()), UsageOf(model_, draft.Data().get()));
+  CheckCapacities(usage, problems);
+  if (!problems.empty()) {
     return problems;
   }
-  auto difference = std::make_unique<Difference>(model_, running_->Top(), tree.get());
-  return Prepared{std::move(tree), std::move(difference)};
+  auto difference = std::make_unique<Difference>(model_, before.get(), draft.Data().get());
+  return Prepared{std::move(draft), std::move(difference), std::move(usage)};
 }
 
 Problems Datastore::Publish(Prepared prepared) {
@@ -44,8 +53,15 @@ Problems Datastore::Publish(Prepared prepared) {
   if (Problems problems = store_.Commit(txid, prepared.difference->Rows()); !problems.empty()) {
     return problems;
   }
-  running_ = std::make_shared<const Snapshot>(txid, std::move(prepared.tree));
+  prepared.draft.Detach();
+  Tree tree = prepared.draft.IsWhole() ? Tree() : TakeRunning();
+  std::move(prepared.draft).MoveInto(tree);
+  running_ = std::make_shared<Snapshot>(txid, std::move(tree), std::move(prepared.usage));
   return {};
+}
+
+Tree Datastore::TakeRunning() {
+  return running_.use_count() == 1 ? running_->Release() : CopyTree(running_->Top());
 }
 
 }  // namespace agentd

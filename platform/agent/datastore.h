@@ -1,14 +1,16 @@
 // The running configuration: one published state after the other, each on
 // disk before it is seen.
 //
-// A commit works on a copy of the whole tree and validates all of it. Whoever
-// makes edits in place one day changes what stands behind these operations.
+// A commit copies, validates and compares the parts that it touches. They then
+// take their places in the running tree itself, unless somebody reads that: who
+// does keeps it, and the next state is made of a copy.
 #ifndef AGENT_DATASTORE_H
 #define AGENT_DATASTORE_H
 
 #include <memory>
 
 #include "difference.h"
+#include "draft.h"
 #include "snapshot.h"
 #include "store.h"
 
@@ -16,8 +18,9 @@ namespace agentd {
 
 // A validated successor of the running configuration.
 struct Prepared {
-  Tree tree;
+  Draft draft;
   std::unique_ptr<Difference> difference;
+  Usage usage;
 };
 
 class Datastore {
@@ -27,19 +30,21 @@ class Datastore {
   Datastore(const Model& model, Store& store);
 
   SnapshotPtr Running() const { return running_; }
-  // A copy of the running tree to edit.
-  Tree WorkingCopy() const { return CopyTree(running_->Top()); }
+  // A successor of it to edit.
+  Draft NewDraft() const { return Draft(model_, running_); }
 
-  // Validates an edited tree and finds what it changes.
-  Result<Prepared> Prepare(Tree tree) const;
+  // Validates an edited draft of the running state and finds what it changes.
+  Result<Prepared> Prepare(Draft draft) const;
   // Makes it durable and then the running state. With problems nothing has
   // changed.
   Problems Publish(Prepared prepared);
 
  private:
+  Tree TakeRunning();
+
   const Model& model_;
   Store& store_;
-  SnapshotPtr running_;
+  std::shared_ptr<Snapshot> running_;
 };
 
 }  // namespace agentd

@@ -20,11 +20,11 @@ bool Exists(const lyd_node* node) {
   return node != nullptr && IsExplicit(*node);
 }
 
-// One operation on one tree.
+// One operation on a draft.
 class Operation {
  public:
-  Operation(const Model& model, Tree& tree, const EditOperation& edit)
-      : model_(model), tree_(tree), edit_(edit) {}
+  Operation(const Model& model, Draft& draft, const EditOperation& edit)
+      : model_(model), draft_(draft), tree_(draft.Data()), edit_(edit) {}
 
   Problems Apply() {
     if (edit_.has_document()) {
@@ -39,6 +39,7 @@ class Operation {
       return {Refused("'" + NameOf(*schema) + "' is state data and cannot be edited", Where(),
                       "config false")};
     }
+    draft_.Take(path_);
     const bool removes =
         edit_.operation() == EditOperation::DELETE || edit_.operation() == EditOperation::REMOVE;
     return removes ? ApplyRemoval() : ApplyValue();
@@ -166,6 +167,7 @@ class Operation {
   }
 
   Problems Merge(Tree document) {
+    draft_.TakeWhatIsIn(document.get());
     lyd_node* merged = tree_.release();
     const LY_ERR result = lyd_merge_siblings(&merged, document.release(), LYD_MERGE_DESTRUCT);
     tree_.reset(merged);
@@ -175,9 +177,10 @@ class Operation {
 
   Problems Replace(Tree document) {
     if (path_.empty()) {
-      tree_ = std::move(document);
+      draft_.Replace(std::move(document));
       return {};
     }
+    draft_.Take(path_);
     if (lyd_node* old = Find(tree_.get(), path_)) {
       Remove(tree_, old);
     }
@@ -198,6 +201,7 @@ class Operation {
   // always there.
   Problems Create(Tree document) {
     Problems problems;
+    draft_.TakeWhatIsIn(document.get());
     if (!path_.empty()) {
       RefuseExisting(Find(tree_.get(), path_), problems);
     } else {
@@ -229,6 +233,7 @@ class Operation {
   }
 
   const Model& model_;
+  Draft& draft_;
   Tree& tree_;
   const EditOperation& edit_;
   InstancePath path_;
@@ -237,13 +242,13 @@ class Operation {
 
 }  // namespace
 
-Problems ApplyEdits(const Model& model, Tree& tree, const cfm::agent::Edit& edit) {
+Problems ApplyEdits(const Model& model, Draft& draft, const cfm::agent::Edit& edit) {
   for (const EditOperation& each : edit.operations()) {
-    if (Problems problems = Operation(model, tree, each).Apply(); !problems.empty()) {
+    if (Problems problems = Operation(model, draft, each).Apply(); !problems.empty()) {
       return problems;
     }
   }
-  SortInstances(tree);
+  SortInstances(draft.Data());
   return {};
 }
 

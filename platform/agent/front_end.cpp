@@ -73,7 +73,8 @@ void FrontEnd::Get(const cfm::agent::Get& request) {
   const SnapshotPtr running = services_.datastore.Running();
   const bool from_candidate =
       request.datastore() == cfm::agent::DATASTORE_CANDIDATE && services_.candidate.IsOpen();
-  const lyd_node* top = from_candidate ? services_.candidate.Top() : running->Top();
+  const Tree candidate = from_candidate ? services_.candidate.Complete() : Tree();
+  const lyd_node* top = from_candidate ? candidate.get() : running->Top();
   if (request.datastore() == cfm::agent::DATASTORE_UNSPECIFIED) {
     AddProblems({{.message = "get: say which datastore: running, candidate or operational"}},
                 reply);
@@ -141,12 +142,12 @@ void FrontEnd::TellChanges(const OperationalWatch::Changes& changes) {
 void FrontEnd::Edit(const cfm::agent::Edit& request) {
   switch (request.target()) {
     case cfm::agent::Edit::COMMIT:
-      return Commit([services = services_, request]() -> Result<Tree> {
-        Tree tree = services.datastore.WorkingCopy();
-        if (Problems problems = ApplyEdits(services.model, tree, request); !problems.empty()) {
+      return Commit([services = services_, request]() -> Result<Draft> {
+        Draft draft = services.datastore.NewDraft();
+        if (Problems problems = ApplyEdits(services.model, draft, request); !problems.empty()) {
           return problems;
         }
-        return tree;
+        return draft;
       });
     case cfm::agent::Edit::CANDIDATE: {
       const Problems problems = services_.candidate.Apply(request);
@@ -161,11 +162,11 @@ void FrontEnd::Edit(const cfm::agent::Edit& request) {
 }
 
 Problems FrontEnd::TestOnly(const cfm::agent::Edit& request) const {
-  Tree tree = services_.datastore.WorkingCopy();
-  if (Problems problems = ApplyEdits(services_.model, tree, request); !problems.empty()) {
+  Draft draft = services_.datastore.NewDraft();
+  if (Problems problems = ApplyEdits(services_.model, draft, request); !problems.empty()) {
     return problems;
   }
-  const auto prepared = services_.datastore.Prepare(std::move(tree));
+  const auto prepared = services_.datastore.Prepare(std::move(draft));
   return prepared ? Problems{} : prepared.Why();
 }
 
@@ -179,9 +180,9 @@ void FrontEnd::CommitCandidate() {
   auto begun = std::make_shared<bool>(false);
   Commit(
       [services = services_, begun] {
-        auto tree = services.candidate.BeginCommit();
-        *begun = bool{tree};
-        return tree;
+        auto draft = services.candidate.BeginCommit();
+        *begun = bool{draft};
+        return draft;
       },
       [services = services_, begun](const CommitResult& result) {
         if (*begun) {
@@ -219,7 +220,7 @@ void FrontEnd::WatchStatus() {
   });
 }
 
-void FrontEnd::Commit(std::function<Result<Tree>()> make,
+void FrontEnd::Commit(std::function<Result<Draft>()> make,
                       std::function<void(const CommitResult&)> at_end) {
   committing_ = true;
   services_.commits.Add(

@@ -32,7 +32,7 @@ class FrontEnd : public Role {
 
   Problems TestOnly(const cfm::agent::Edit& request) const;
   // Queues a commit; its end is answered when the front end is still there.
-  void Commit(std::function<Result<Tree>()> make,
+  void Commit(std::function<Result<Draft>()> make,
               std::function<void(const CommitResult&)> at_end = {});
   void Answer(const CommitResult& result);
 

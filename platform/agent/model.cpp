@@ -4,6 +4,8 @@
 #include <charconv>
 #include <stdexcept>
 
+#include "confinement.h"
+
 namespace agentd {
 namespace {
 
@@ -89,6 +91,9 @@ Model::Model(const std::filesystem::path& directory) {
     if (module->implemented && module->compiled != nullptr) {
       Learn(*module);
     }
+  }
+  for (const lysc_node* node = FindConfinedList(Modules()); node != nullptr; node = node->parent) {
+    way_to_parts_.insert(way_to_parts_.begin(), node);
   }
 }
 

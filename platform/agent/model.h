@@ -52,6 +52,10 @@ class Model {
 
   const std::vector<Capacity>& Capacities() const { return capacities_; }
 
+  // From the top to the list whose entries can be validated one by one
+  // (confinement.h). Empty: only the whole configuration can be.
+  const std::vector<const lysc_node*>& WayToParts() const { return way_to_parts_; }
+
  private:
   void Load(const std::filesystem::path& directory);
   void Learn(const lys_module& module);
@@ -64,6 +68,7 @@ class Model {
   std::unordered_map<const lys_module*, std::uint32_t> namespaces_;
   std::map<std::uint32_t, std::string> names_;
   std::vector<Capacity> capacities_;
+  std::vector<const lysc_node*> way_to_parts_;
 };
 
 }  // namespace agentd

@@ -90,23 +90,26 @@ void Sort(lyd_node* parent, std::vector<lyd_node*>& run) {
 }
 
 void SortBelow(lyd_node* parent) {
+  SortChildren(parent);
+  for (lyd_node* node = lyd_child(parent); node != nullptr; node = node->next) {
+    SortBelow(node);
+  }
+}
+
+}  // namespace
+
+void SortChildren(lyd_node* parent) {
   lyd_node* next = nullptr;
   for (lyd_node* node = lyd_child(parent); node != nullptr; node = next) {
     if ((node->schema->nodetype & (LYS_LIST | LYS_LEAFLIST)) != 0) {
       auto run = Run(node);
       next = run.back()->next;
       Sort(parent, run);
-      for (lyd_node* entry : run) {
-        SortBelow(entry);
-      }
     } else {
       next = node->next;
-      SortBelow(node);
     }
   }
 }
-
-}  // namespace
 
 lyd_node* FindChild(const lyd_node* top, const lyd_node* parent, const PathStep& step) {
   const lyd_node* siblings = parent != nullptr ? lyd_child(parent) : top;

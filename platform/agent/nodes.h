@@ -32,6 +32,8 @@ void Insert(Tree& tree, lyd_node* parent, lyd_node* node);
 // so that the same configuration reads the same however it came about:
 // libyang keeps the order of arrival. One pass where all is in order already.
 void SortInstances(const Tree& tree);
+// The same for what stands directly below `parent`.
+void SortChildren(lyd_node* parent);
 
 }  // namespace agentd
 

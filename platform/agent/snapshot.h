@@ -7,17 +7,24 @@
 #include <unordered_map>
 #include <vector>
 
+#include "capacity.h"
 #include "yang.h"
 
 namespace agentd {
 
 class Snapshot {
  public:
-  // A validated tree with its implicit nodes, instances in order.
-  Snapshot(std::uint64_t txid, Tree tree) : txid_(txid), tree_(std::move(tree)) {}
+  // A validated tree with its implicit nodes, instances in order, and what it
+  // takes of each of the model's capacities.
+  Snapshot(std::uint64_t txid, Tree tree, Usage usage)
+      : txid_(txid), tree_(std::move(tree)), usage_(std::move(usage)) {}
 
   std::uint64_t Txid() const { return txid_; }
   const lyd_node* Top() const { return tree_.get(); }
+  const Usage& Used() const { return usage_; }
+
+  // Its tree, to be made into the next state: for the last one that holds it.
+  Tree Release() { return std::move(tree_); }
 
   // The entries of a list below `parent`, by position. Looked up once per
   // list and kept, so that a walk by position costs one pass.
@@ -28,6 +35,7 @@ class Snapshot {
 
   std::uint64_t txid_;
   Tree tree_;
+  Usage usage_;
   mutable std::unordered_map<const lyd_node*, Lists> entries_;
 };
 

@@ -1,7 +1,6 @@
 #include "validation.h"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "instance_path.h"
@@ -76,46 +75,6 @@ class Diagnosis {
   Problems problems_;
 };
 
-std::size_t CountBelow(const lyd_node* parent, const Capacity& capacity) {
-  std::size_t count = 0;
-  for (const lyd_node* node = lyd_child(parent); node != nullptr; node = node->next) {
-    count += capacity.counted.contains(node->schema) ? 1 : 0;
-    count += CountBelow(node, capacity);
-  }
-  return count;
-}
-
-std::string CountedNames(const Capacity& capacity) {
-  std::set<std::string> names;
-  for (const lysc_node* node : capacity.counted) {
-    names.insert(node->name);
-  }
-  std::string text;
-  for (const std::string& name : names) {
-    text += (text.empty() ? "" : " and ") + name;
-  }
-  return text;
-}
-
-void CheckCapacity(const lyd_node* siblings, const Capacity& capacity, Problems& problems) {
-  for (const lyd_node* node = siblings; node != nullptr; node = node->next) {
-    if (node->schema != capacity.node) {
-      CheckCapacity(lyd_child(node), capacity, problems);
-      continue;
-    }
-    const std::size_t count = CountBelow(node, capacity);
-    if (count > capacity.limit) {
-      problems.push_back({.message = std::to_string(count) + " instances of " +
-                                     CountedNames(capacity) +
-                                     " are configured and there is room "
-                                     "for " +
-                                     std::to_string(capacity.limit),
-                          .path = PathOf(*node),
-                          .rule = "capacity " + std::to_string(capacity.limit)});
-    }
-  }
-}
-
 }  // namespace
 
 void AddImplicitNodes(const Model& model, Tree& tree) {
@@ -138,9 +97,6 @@ Problems Validate(const Model& model, Tree& tree) {
     if (problems.empty()) {
       problems = said;
     }
-  }
-  for (const Capacity& capacity : model.Capacities()) {
-    CheckCapacity(tree.get(), capacity, problems);
   }
   return problems;
 }

@@ -7,8 +7,8 @@
 namespace agentd {
 
 // Adds the implicit nodes (defaults, containers without presence) and checks
-// every constraint, capacities included. All that is wrong is reported, not
-// only the first; each problem names the instance and the rule.
+// every constraint but the capacities (capacity.h). All that is wrong is
+// reported, not only the first; each problem names the instance and the rule.
 Problems Validate(const Model& model, Tree& tree);
 
 // Only the implicit nodes.

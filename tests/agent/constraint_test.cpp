@@ -162,7 +162,6 @@ std::string Population(int local, int remote) {
 TEST_F(Constraints, TheElementHoldsNoMoreMepsThanItHasStatusRecords) {
   Commit({Document(Population(8000, 100))});
   Commit({Document(EastDocument())});  // three more
-  Tree tree = datastore_.WorkingCopy();
   std::vector<pb::EditOperation> rest;
   for (int id = 200; id < 289; ++id) {
     rest.push_back(SetLeaf(std::string(kBlue) + "/remote-meps", std::to_string(id)));

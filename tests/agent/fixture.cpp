@@ -82,20 +82,20 @@ void DatastoreTest::Commit(const std::vector<pb::EditOperation>& operations) {
 }
 
 Problems DatastoreTest::TryCommit(const std::vector<pb::EditOperation>& operations) {
-  Tree tree = datastore_.WorkingCopy();
-  if (Problems problems = ApplyEdits(TheModel(), tree, EditOf(operations)); !problems.empty()) {
+  Draft draft = datastore_.NewDraft();
+  if (Problems problems = ApplyEdits(TheModel(), draft, EditOf(operations)); !problems.empty()) {
     return problems;
   }
-  auto prepared = datastore_.Prepare(std::move(tree));
+  auto prepared = datastore_.Prepare(std::move(draft));
   return prepared ? datastore_.Publish(std::move(*prepared)) : prepared.Why();
 }
 
 std::unique_ptr<Difference> DatastoreTest::Compare(
     const std::vector<pb::EditOperation>& operations) {
-  Tree tree = datastore_.WorkingCopy();
-  const Problems edit = ApplyEdits(TheModel(), tree, EditOf(operations));
+  Draft draft = datastore_.NewDraft();
+  const Problems edit = ApplyEdits(TheModel(), draft, EditOf(operations));
   EXPECT_THAT(Texts(edit), ::testing::IsEmpty());
-  auto prepared = datastore_.Prepare(std::move(tree));
+  auto prepared = datastore_.Prepare(std::move(draft));
   if (!prepared) {
     ADD_FAILURE() << ::testing::PrintToString(Texts(prepared.Why()));
     return nullptr;

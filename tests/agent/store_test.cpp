@@ -49,11 +49,11 @@ class Disk : public ::testing::Test {
 };
 
 Problems Disk::Commit(Open& open, const std::vector<pb::EditOperation>& operations) {
-  Tree tree = open.datastore.WorkingCopy();
-  if (Problems problems = ApplyEdits(TheModel(), tree, EditOf(operations)); !problems.empty()) {
+  Draft draft = open.datastore.NewDraft();
+  if (Problems problems = ApplyEdits(TheModel(), draft, EditOf(operations)); !problems.empty()) {
     return problems;
   }
-  auto prepared = open.datastore.Prepare(std::move(tree));
+  auto prepared = open.datastore.Prepare(std::move(draft));
   return prepared ? open.datastore.Publish(std::move(*prepared)) : prepared.Why();
 }
 
