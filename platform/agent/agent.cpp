@@ -41,6 +41,7 @@ cfm::agent::Status Agent::ReadStatus() const {
     }
   }
   providers_.Describe(status);
+  server_.Describe(status);
   return status;
 }
 

@@ -40,6 +40,22 @@ Connection::Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin ori
           [this](std::string_view payload) { OnFrame(payload); },
           [this](const std::string& reason) { OnClosed(reason); }) {}
 
+void Connection::Send(const cfm::agent::FromAgent& message) {
+  channel_.Send(message);
+  ++round_trips_;
+}
+
+void Connection::Describe(cfm::agent::Status& status) const {
+  if (role_ == nullptr || !IsConfdRole(kind_)) {
+    return;
+  }
+  cfm::agent::ConnectionStatus& connection = *status.add_connections();
+  connection.set_name(name_);
+  connection.set_role(kind_);
+  connection.set_pid(who_.pid);
+  connection.set_round_trips(round_trips_);
+}
+
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();
@@ -95,6 +111,7 @@ void Connection::OnHello(const cfm::agent::Hello& hello) {
     throw ipc::ProtocolError("refused: " + reply.error());
   }
   role_ = std::move(role);
+  kind_ = hello.role();
 }
 
 void Connection::OnClosed(const std::string& reason) {

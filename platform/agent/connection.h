@@ -4,6 +4,7 @@
 
 #include <systemd/sd-event.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -29,12 +30,15 @@ class Connection : public Peer {
   Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin origin, const Services& services,
              Forget forget);
 
-  void Send(const cfm::agent::FromAgent& message) override { channel_.Send(message); }
+  void Send(const cfm::agent::FromAgent& message) override;
   void Drop(const std::string& reason) override;
   const std::string& Name() const override { return name_; }
   pid_t Pid() const override { return who_.pid; }
   const std::string& User() const override { return who_.user; }
   std::size_t QueuedBytes() const override { return channel_.QueuedBytes(); }
+
+  // Adds a program on the ConfD API; a front end asks for that and is none.
+  void Describe(cfm::agent::Status& status) const;
 
  private:
   void OnFrame(std::string_view payload);
@@ -47,6 +51,8 @@ class Connection : public Peer {
   Who who_;
   Origin origin_;
   std::string name_ = "client";
+  cfm::agent::Role kind_ = cfm::agent::ROLE_UNSPECIFIED;
+  std::uint64_t round_trips_ = 0;
   ipc::Channel channel_;
   std::shared_ptr<Role> role_;  // null before Hello; goes before the channel
 };

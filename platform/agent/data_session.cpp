@@ -9,6 +9,7 @@
 #include "frame.h"
 #include "operational_fetch.h"
 #include "providers.h"
+#include "writable_leaves.h"
 
 namespace agentd {
 
@@ -33,6 +34,8 @@ void DataSession::Handle(const Request& request) {
       return Fetch(request.fetch());
     case Request::kOperationalWrite:
       return Write(request.operational_write());
+    case Request::kDeferredWrites:
+      return WriteDeferred(request.deferred_writes());
     case Request::kGetTxid:
       return SendTxid();
     default:
@@ -141,13 +144,41 @@ void DataSession::Write(const OperationalWrite& request) {
   OperationalStore& store = services_.operational;
   switch (request.operation()) {
     case OperationalWrite::CREATE:
-      return SendProblems(peer_, store.Create(request.path()));
+      return Answer(request, store.Create(request.path()));
     case OperationalWrite::SET:
-      return SendProblems(peer_, store.Set(request.path(), request.value()));
+      return Answer(request, store.Set(request.path(), request.value()));
     case OperationalWrite::DELETE:
       return Delete(request.path());
     default:
       throw ipc::ProtocolError("an unknown operation on operational data");
+  }
+}
+
+void DataSession::Answer(const OperationalWrite& request, const Problems& problems) {
+  cfm::agent::Reply reply;
+  AddProblems(problems, reply);
+  if (problems.empty() && request.tell_leaves()) {
+    const lysc_node* node = ResolvePath(services_.model, request.path())->back().schema;
+    const lysc_node& list = node->nodetype == LYS_LIST ? *node : *node->parent;
+    for (auto& leaf : WritableLeavesOf(list, services_.provider_model)) {
+      *reply.add_leaves() = std::move(leaf);
+    }
+  }
+  SendReply(peer_, std::move(reply));
+}
+
+// A program defers what is sure to succeed, unless the entry goes away.
+void DataSession::WriteDeferred(const cfm::agent::DeferredWrites& request) {
+  if (state_ != State::kOpen || snapshot_ != nullptr) {
+    throw ipc::ProtocolError("deferred writes without a session on the operational datastore");
+  }
+  for (const OperationalWrite& write : request.writes()) {
+    const Problems problems = services_.operational.Set(write.path(), write.value());
+    if (write.operation() != OperationalWrite::SET ||
+        (!problems.empty() && problems.front().code != CONFD_ERR_NOEXISTS)) {
+      throw ipc::ProtocolError("a deferred write that fails" +
+                               (problems.empty() ? "" : ": " + problems.front().message));
+    }
   }
 }
 

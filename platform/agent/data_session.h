@@ -27,6 +27,8 @@ class DataSession : public Role {
   void End();
   void Fetch(const cfm::agent::Fetch& request);
   void Write(const cfm::agent::OperationalWrite& request);
+  void WriteDeferred(const cfm::agent::DeferredWrites& request);
+  void Answer(const cfm::agent::OperationalWrite& request, const Problems& problems);
   void Delete(const cfm::agent::Path& path);
   Problems CheckSession(const char* operation) const;
   void SendTxid();

@@ -32,6 +32,12 @@ Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<
   }
 }
 
+void Server::Describe(cfm::agent::Status& status) const {
+  for (const auto& [key, connection] : connections_) {
+    connection->Describe(status);
+  }
+}
+
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
   if (ipc::MayConnect(peer, {geteuid(), getegid()})) {
     Add(std::move(socket), {peer.pid, UserName(peer.uid)}, Connection::Origin::kLocalSocket);

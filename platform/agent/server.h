@@ -20,6 +20,9 @@ class Server {
   Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
          const Services& services);
 
+  // Adds the programs that are connected.
+  void Describe(cfm::agent::Status& status) const;
+
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);
   void Add(ipc::UniqueFd socket, Connection::Who who, Connection::Origin origin);

@@ -1,7 +1,5 @@
 #include "typed_value.h"
 
-#include <confd_lib.h>
-
 #include <algorithm>
 #include <charconv>
 
@@ -14,36 +12,6 @@ namespace {
 const lysc_type& TypeOf(const lysc_node& schema) {
   return schema.nodetype == LYS_LEAFLIST ? *reinterpret_cast<const lysc_node_leaflist&>(schema).type
                                          : *reinterpret_cast<const lysc_node_leaf&>(schema).type;
-}
-
-// Types without a ConfD type of their own travel as text.
-confd_vtype KindOf(LY_DATA_TYPE base) {
-  switch (base) {
-    case LY_TYPE_INT8:
-      return C_INT8;
-    case LY_TYPE_INT16:
-      return C_INT16;
-    case LY_TYPE_INT32:
-      return C_INT32;
-    case LY_TYPE_INT64:
-      return C_INT64;
-    case LY_TYPE_UINT8:
-      return C_UINT8;
-    case LY_TYPE_UINT16:
-      return C_UINT16;
-    case LY_TYPE_UINT32:
-      return C_UINT32;
-    case LY_TYPE_UINT64:
-      return C_UINT64;
-    case LY_TYPE_BOOL:
-      return C_BOOL;
-    case LY_TYPE_ENUM:
-      return C_ENUM_VALUE;
-    case LY_TYPE_EMPTY:
-      return C_XMLTAG;
-    default:
-      return C_BUF;
-  }
 }
 
 // What a YANG string may hold (RFC 7950, clause 9.4), and so what an XML
@@ -86,9 +54,39 @@ std::int64_t EnumerationValue(const lysc_type& type, const std::string& name) {
 
 }  // namespace
 
+// Types without a ConfD type of their own travel as text.
+confd_vtype KindOf(const lysc_type& type) {
+  switch (type.basetype) {
+    case LY_TYPE_INT8:
+      return C_INT8;
+    case LY_TYPE_INT16:
+      return C_INT16;
+    case LY_TYPE_INT32:
+      return C_INT32;
+    case LY_TYPE_INT64:
+      return C_INT64;
+    case LY_TYPE_UINT8:
+      return C_UINT8;
+    case LY_TYPE_UINT16:
+      return C_UINT16;
+    case LY_TYPE_UINT32:
+      return C_UINT32;
+    case LY_TYPE_UINT64:
+      return C_UINT64;
+    case LY_TYPE_BOOL:
+      return C_BOOL;
+    case LY_TYPE_ENUM:
+      return C_ENUM_VALUE;
+    case LY_TYPE_EMPTY:
+      return C_XMLTAG;
+    default:
+      return C_BUF;
+  }
+}
+
 Result<std::string> CheckedText(const Model& model, const lysc_node& schema,
                                 const pb::Value& value) {
-  const confd_vtype wanted = KindOf(TypeOf(schema).basetype);
+  const confd_vtype wanted = KindOf(TypeOf(schema));
   const std::uint32_t given = value.type();  // any number
   if (given != wanted && !(wanted == C_BUF && given == C_STR)) {
     return Refused(schema, "its type is " + std::to_string(wanted) + " and not " +
@@ -113,7 +111,7 @@ Result<std::string> CheckedText(const Model& model, const lysc_node& schema,
 
 pb::Value ValueOfCanonical(const Model& model, const lysc_node& schema, const std::string& text) {
   const lysc_type& type = TypeOf(schema);
-  const confd_vtype kind = KindOf(type.basetype);
+  const confd_vtype kind = KindOf(type);
   pb::Value value;
   value.set_type(kind);
   switch (kind) {

@@ -2,6 +2,8 @@
 #ifndef AGENT_TYPED_VALUE_H
 #define AGENT_TYPED_VALUE_H
 
+#include <confd_lib.h>
+
 #include <string>
 
 #include "agent.pb.h"
@@ -10,6 +12,9 @@
 namespace agentd {
 
 namespace pb = cfm::agent;
+
+// The type of the ConfD API that values of a YANG type have.
+confd_vtype KindOf(const lysc_type& type);
 
 // Canonical text of a value of `schema`, a leaf or leaf-list. The value has to
 // be of the leaf's own type: integers of its width, enumerations by value,

@@ -10,6 +10,7 @@
 #include <optional>
 #include <vector>
 
+#include "confd_client/deferred_writes.h"
 #include "confd_client/error.h"
 #include "confd_client/link.h"
 #include "confd_client/path.h"
@@ -22,6 +23,7 @@ namespace confd {
 struct Session {
   cdb_db_type database;
   ReadCache cache;
+  DeferredWrites deferred;
 };
 
 struct SubscriptionPoint {
@@ -37,6 +39,7 @@ struct Connection {
   cdb_sock_type type;
 
   std::optional<Session> session;  // CDB_DATA_SOCKET
+  WritableLists writable;
 
   // CDB_SUBSCRIPTION_SOCKET
   std::vector<SubscriptionPoint> points;

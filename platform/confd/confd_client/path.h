@@ -18,6 +18,8 @@ struct Key {
   confd_vtype type = C_BUF;
   std::int64_t number = 0;
   std::string text;
+
+  bool operator==(const Key&) const = default;
 };
 
 // A node, then the keys or the position that pick an entry of it, or neither.
@@ -27,6 +29,7 @@ struct Step {
   std::optional<std::uint32_t> position;
 
   bool PicksEntry() const { return !keys.empty() || position.has_value(); }
+  bool operator==(const Step&) const = default;
 };
 
 using Path = std::vector<Step>;

@@ -57,6 +57,7 @@ Finding Ask(Connection& connection, const Path& path, Question question) {
   }
   Session& session = *connection.session;
   if (session.database != CDB_RUNNING) {
+    session.deferred.Send(connection.link);
     session.cache = ReadCache();  // it changes under the session
   }
   Finding finding = (session.cache.*question)(path, Asked::kNotYet);

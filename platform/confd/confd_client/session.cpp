@@ -1,6 +1,8 @@
 // Sessions of a data connection, and the transaction id.
 #include <confd_cdb.h>
 
+#include <utility>
+
 #include "confd_client/connection.h"
 
 namespace confd {
@@ -20,7 +22,7 @@ int StartSession(Connection& connection, cdb_db_type database, int flags) {
   } else {
     connection.link.Send(request);
   }
-  connection.session.emplace(Session{database, {}});
+  connection.session.emplace(Session{database, {}, {}});
   return CONFD_OK;
 }
 
@@ -28,7 +30,9 @@ int EndSession(Connection& connection) {
   if (!connection.session) {
     throw ApiError(CONFD_ERR_NOSESSION, "no session is open on this socket");
   }
+  Session session = std::move(*connection.session);
   connection.session.reset();
+  session.deferred.Send(connection.link);
   cfm::agent::Request request;
   request.mutable_end_session();
   connection.link.Send(request);
@@ -44,6 +48,9 @@ void WriteTxid(std::uint64_t number, cdb_txid& txid) {
 int ReadTxid(Connection& connection, cdb_txid* txid) {
   if (txid == nullptr) {
     throw ApiError(CONFD_ERR_PROTOUSAGE, "cdb_get_txid: the result's address is null");
+  }
+  if (connection.session) {
+    connection.session->deferred.Send(connection.link);
   }
   cfm::agent::Request request;
   request.mutable_get_txid();

@@ -1,6 +1,8 @@
 // The write calls of sessions on the operational datastore.
 #include <confd_cdb.h>
 
+#include <utility>
+
 #include "confd_client/daemon.h"
 #include "confd_client/path_call.h"
 #include "confd_client/path_message.h"
@@ -22,22 +24,51 @@ void CheckWritable(const Connection& connection) {
   }
 }
 
-// Every write goes this way, so writes of one session that may travel together
-// would be gathered here; each is a round trip of its own. What it makes void
-// is known when it returns.
-int Write(Connection& connection, OperationalWrite::Operation operation, const Path& path,
-          const confd_value_t* value) {
-  CheckWritable(connection);
-  cfm::agent::Request request;
-  OperationalWrite& write = *request.mutable_operational_write();
+OperationalWrite WriteMessage(OperationalWrite::Operation operation, const Path& path,
+                              const confd_value_t* value) {
+  OperationalWrite write;
   write.set_operation(operation);
   *write.mutable_path() = PathMessage(path);
   if (value != nullptr) {
     *write.mutable_value() = WireValue(*value);
   }
+  return write;
+}
+
+// What a write makes void is known when it returns.
+void WriteNow(Connection& connection, OperationalWrite write, const Path& entry) {
+  connection.session->deferred.Send(connection.link);
+  cfm::agent::Request request;
+  const bool is_new_list = !entry.empty() && connection.writable.Find(entry) == nullptr;
+  write.set_tell_leaves(is_new_list);
+  *request.mutable_operational_write() = std::move(write);
   const cfm::agent::Reply reply = connection.link.Transact(request);
+  if (is_new_list) {
+    connection.writable.Learn(entry, reply.leaves());
+  }
   for (const std::uint64_t id : reply.withdrawn()) {
     WithdrawRequest(id);
+  }
+}
+
+// Every write goes this way. One that is sure to succeed waits until the next
+// that is not, the next read, or the end of the session, and costs no round
+// trip of its own.
+int Write(Connection& connection, OperationalWrite::Operation operation, const Path& path,
+          const confd_value_t* value) {
+  CheckWritable(connection);
+  DeferredWrites& deferred = connection.session->deferred;
+  OperationalWrite write = WriteMessage(operation, path, value);
+  if (deferred.CanTake(write, path)) {
+    deferred.Take(std::move(write), connection.link);
+    return CONFD_OK;
+  }
+  const Path entry = EntryOf(operation, path);
+  WriteNow(connection, std::move(write), entry);
+  if (operation == OperationalWrite::DELETE) {
+    deferred.Forget();
+  } else if (!entry.empty()) {
+    deferred.Know(entry, connection.writable.Find(entry));
   }
   return CONFD_OK;
 }

@@ -1,0 +1,127 @@
+// Which constraints keep the entries of a list from being validated one by one.
+#include <fstream>
+
+#include "fixture.h"
+
+namespace agentd::test {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+std::vector<std::string> WayOf(const Model& model) {
+  std::vector<std::string> names;
+  for (const lysc_node* node : model.WayToParts()) {
+    names.emplace_back(node->name);
+  }
+  return names;
+}
+
+// A list with the key `id` and the leaf `size` in /top, and more in three places.
+struct Case {
+  const char* name;
+  std::string in_entry;
+  std::string in_list = {};
+  std::string outside = {};
+};
+
+const std::vector<Case>& Confined() {
+  static const std::vector<Case> cases = {
+      {"NoConstraint", ""},
+      {"ALookAtTheEntry", R"(leaf a { type string; must "../size > 1"; })"},
+      {"ALookAtItsKey", R"(list in { key "k"; must "../id != k"; leaf k { type string; } })"},
+      {"ALookAtItself", R"(leaf a { type string; must ". != 'x'"; })"},
+      {"AReferenceWithin", R"(leaf a { type leafref { path "../size"; } })"},
+      {"AConditionWithin", R"(leaf a { when "../size = 1"; type string; })"},
+      {"AMandatoryLeafWithin", R"(leaf a { type string; mandatory true; })"},
+      {"AnInnerListWithLimits",
+       R"(list in { key "k"; unique "u"; max-elements 3; leaf k { type string; }
+          leaf u { type string; } })"},
+      {"AConstraintOnTheEntry", "", R"(must "size > 1";)"},
+      {"ADefaultOutside", "", "", R"(leaf a { type string; default "x"; })"},
+      {"AConditionOnStatusOutside", "", "",
+       R"(leaf a { config false; when "../entry/size = 1"; type string; })"},
+  };
+  return cases;
+}
+
+const std::vector<Case>& Unconfined() {
+  static const std::vector<Case> cases = {
+    {"ALookAtOtherEntries", R"(leaf a { type string; must "count(../../entry) < 3"; })"},
+    {"ALookFromTheTop", R"(leaf a { type string; must "/m:top/m:entry/m:size > 1"; })"},
+    {"ALookAtTheEntryBefore", "", R"(must "not(preceding-sibling::entry/size > size)";)"},
+      {
+    "ALookAtTheEntryAfter", "", R"(must "not(following-sibling::entry/size < size)";)"},
+      {"ALookAtAnother", R"(leaf a { type string; must "../../b = 1"; })", "",
+       "leaf b { type int32; }"},
+      {"AReferenceToOthers", R"(leaf a { type leafref { path "../../entry/id"; } })"},
+      {"AReferenceInAUnion",
+       R"(leaf a { type union { type int32; type leafref { path "../../entry/id"; } } })"},
+      {"AnInstanceIdentifier", "leaf a { type instance-identifier; }"},
+      {"AConditionOnOthers", R"(leaf a { when "../../b = 1"; type string; })", "",
+       "leaf b { type int32; }"},
+      {
+      "AnElementThatLooksOut",
+          R"(leaf-list a { type string; must "not(../../entry[id = current()])";
+    })"},
+      {"AnOrderOfTheUsers", "", "ordered-by user;"},
+      {"UniqueLeaves", "", R"(unique "size";)"},
+      {"ALeastNumber", "", "min-elements 1;"},
+      {"ALimit", "", "max-elements 9;"},
+      {"AConstraintOutside", "", "", R"(leaf a { type string; must "count(../entry) < 3"; })"},
+      {"AConditionOutside", "", "", R"(leaf a { when "../entry"; type string; })"},
+      {"AMandatoryLeafOutside", "", "", "leaf a { type string; mandatory true; }"},
+  };
+  return cases;
+}
+
+class Confinement : public ::testing::Test {
+ protected:
+  std::vector<std::string> WayWith(const Case& each) { return WayInModule(Container(each)); }
+
+  std::vector<std::string> WayInModule(const std::string& body) {
+    std::ofstream(directory_ / "m.yang")
+        << R"(module m { yang-version 1.1; namespace "urn:m"; prefix m; )" << body << " }";
+    return WayOf(Model(directory_.Path()));
+  }
+
+  static std::string Container(const Case& each) {
+    return R"(container top { list entry { key "id"; )" + each.in_list +
+           " leaf id { type string; } leaf size { type int32; } " + each.in_entry + " } " +
+           each.outside + " }";
+  }
+
+ private:
+  TempDirectory directory_;
+};
+
+class ConfinedTo : public Confinement, public ::testing::WithParamInterface<std::size_t> {};
+class ReachingOut : public Confinement, public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(ConfinedTo, ItsEntry) {
+  EXPECT_THAT(WayWith(Confined()[GetParam()]), ElementsAre("top", "entry"));
+}
+TEST_P(ReachingOut, OfItsEntry) {
+  EXPECT_THAT(WayWith(Unconfined()[GetParam()]), IsEmpty());
+}
+INSTANTIATE_TEST_SUITE_P(Rule, ConfinedTo, ::testing::Range<std::size_t>(0, Confined().size()),
+                         [](const auto& i) { return std::string(Confined()[i.param].name); });
+INSTANTIATE_TEST_SUITE_P(Rule, ReachingOut, ::testing::Range<std::size_t>(0, Unconfined().size()),
+                         [](const auto& i) { return std::string(Unconfined()[i.param].name); });
+
+TEST_F(Confinement, OfTheElementsModelIsTheMaintenanceDomain) {
+  EXPECT_THAT(WayOf(TheModel()), ElementsAre("config", "oam", "cfm", "md"));
+}
+
+TEST_F(Confinement, IsNotLookedForBelowAPresenceContainer) {
+  EXPECT_THAT(WayInModule(R"(container top { presence "it is"; list entry { key "id";
+                             leaf id { type string; } } })"),
+              IsEmpty());
+}
+
+TEST_F(Confinement, OfAModelWithoutListsIsNone) {
+  EXPECT_THAT(WayInModule("container top { leaf a { type string; } }"), IsEmpty());
+}
+
+}  // namespace
+}  // namespace agentd::test
