@@ -15,13 +15,14 @@ Agent::Agent(sd_event* loop, const Options& options)
       commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),
       provider_model_(model_),
       operational_(model_, provider_model_),
+      writers_(loop),
       watch_(loop, operational_),
       providers_(loop, provider_model_,
                  {locks_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
       status_([this] { return ReadStatus(); }),
       server_(loop, options.runtime_dir / "agentd.sock", options.port,
               {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
-               status_, provider_model_, operational_, watch_, providers_}) {
+               status_, provider_model_, operational_, writers_, watch_, providers_}) {
   providers_.OnChange([this] { status_.Changed(); });
   commits_.OnProgress([this] {
     status_.Changed();
@@ -41,7 +42,7 @@ cfm::agent::Status Agent::ReadStatus() const {
     }
   }
   providers_.Describe(status);
-  server_.Describe(status);
+  server_.AddTo(status);
   return status;
 }
 

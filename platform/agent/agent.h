@@ -21,6 +21,7 @@
 #include "status_board.h"
 #include "store.h"
 #include "subscriptions.h"
+#include "writer_hold.h"
 
 namespace agentd {
 
@@ -47,6 +48,7 @@ class Agent {
   CommitQueue commits_;
   ProviderModel provider_model_;
   OperationalStore operational_;
+  WriterHold writers_;
   OperationalWatch watch_;
   Providers providers_;
   StatusBoard status_;

@@ -45,7 +45,7 @@ void Connection::Send(const cfm::agent::FromAgent& message) {
   ++round_trips_;
 }
 
-void Connection::Describe(cfm::agent::Status& status) const {
+void Connection::AddTo(cfm::agent::Status& status) const {
   if (role_ == nullptr || !IsConfdRole(kind_)) {
     return;
   }

@@ -38,7 +38,7 @@ class Connection : public Peer {
   std::size_t QueuedBytes() const override { return channel_.QueuedBytes(); }
 
   // Adds a program on the ConfD API; a front end asks for that and is none.
-  void Describe(cfm::agent::Status& status) const;
+  void AddTo(cfm::agent::Status& status) const;
 
  private:
   void OnFrame(std::string_view payload);

@@ -10,6 +10,7 @@
 #include "operational_fetch.h"
 #include "providers.h"
 #include "writable_leaves.h"
+#include "writer_hold.h"
 
 namespace agentd {
 
@@ -19,11 +20,12 @@ using cfm::agent::StartSession;
 
 DataSession::~DataSession() {
   services_.locks.Release(this);
+  services_.writers.Release(this);
 }
 
 void DataSession::Handle(const Request& request) {
-  if (state_ == State::kWaitingForLock) {
-    throw ipc::ProtocolError("a request while the session waits for its lock");
+  if (state_ == State::kWaiting) {
+    throw ipc::ProtocolError("a request while the one before it waits");
   }
   switch (request.request_case()) {
     case Request::kStartSession:
@@ -61,7 +63,7 @@ void DataSession::Start(const StartSession& request) {
         request, {.message = "start a session: a commit is in progress", .code = CONFD_ERR_LOCKED});
   }
   if (is_busy) {
-    state_ = State::kWaitingForLock;
+    state_ = State::kWaiting;
     services_.locks.Wait(this, [this, request] { Open(request); });
     return;
   }
@@ -104,6 +106,7 @@ void DataSession::End() {
   state_ = State::kClosed;
   snapshot_.reset();
   services_.locks.Release(this);
+  services_.writers.Release(this);
 }
 
 Problems DataSession::CheckSession(const char* operation) const {
@@ -141,6 +144,13 @@ void DataSession::Write(const OperationalWrite& request) {
                                             "which only commits change",
                                  .code = CONFD_ERR_NOT_WRITABLE}});
   }
+  if (request.operation() != OperationalWrite::SET && services_.writers.KeepsWaiting(this)) {
+    state_ = State::kWaiting;
+    return services_.writers.Wait(this, [this, request] {
+      state_ = State::kOpen;
+      Write(request);
+    });
+  }
   OperationalStore& store = services_.operational;
   switch (request.operation()) {
     case OperationalWrite::CREATE:
@@ -148,7 +158,7 @@ void DataSession::Write(const OperationalWrite& request) {
     case OperationalWrite::SET:
       return Answer(request, store.Set(request.path(), request.value()));
     case OperationalWrite::DELETE:
-      return Delete(request.path());
+      return Delete(request);
     default:
       throw ipc::ProtocolError("an unknown operation on operational data");
   }
@@ -167,30 +177,62 @@ void DataSession::Answer(const OperationalWrite& request, const Problems& proble
   SendReply(peer_, std::move(reply));
 }
 
-// A program defers what is sure to succeed, unless the entry goes away.
+// A program defers what is sure to succeed; only a SET whose entry went away
+// comes to nothing.
 void DataSession::WriteDeferred(const cfm::agent::DeferredWrites& request) {
   if (state_ != State::kOpen || snapshot_ != nullptr) {
     throw ipc::ProtocolError("deferred writes without a session on the operational datastore");
   }
+  cfm::agent::Reply reply;
   for (const OperationalWrite& write : request.writes()) {
-    const Problems problems = services_.operational.Set(write.path(), write.value());
-    if (write.operation() != OperationalWrite::SET ||
-        (!problems.empty() && problems.front().code != CONFD_ERR_NOEXISTS)) {
-      throw ipc::ProtocolError("a deferred write that fails" +
-                               (problems.empty() ? "" : ": " + problems.front().message));
-    }
+    WriteOne(write, reply);
+  }
+  if (request.wants_reply()) {
+    SendReply(peer_, std::move(reply));
   }
 }
 
-void DataSession::Delete(const cfm::agent::Path& path) {
-  const auto gone = services_.operational.Delete(path);
-  cfm::agent::Reply reply;
-  if (!gone) {
-    AddProblems(gone.Why(), reply);
+void DataSession::WriteOne(const OperationalWrite& write, cfm::agent::Reply& reply) {
+  Problems problems;
+  if (write.operation() == OperationalWrite::SET) {
+    problems = services_.operational.Set(write.path(), write.value());
+    if (!problems.empty() && problems.front().code == CONFD_ERR_NOEXISTS) {
+      return;
+    }
+  } else if (write.operation() == OperationalWrite::DELETE &&
+             !services_.writers.KeepsWaiting(this)) {
+    if (const auto gone = Delete(write.path(), reply); !gone) {
+      problems = gone.Why();
+    }
   } else {
+    throw ipc::ProtocolError("a deferred write that needs an answer");
+  }
+  if (!problems.empty()) {
+    throw ipc::ProtocolError("a deferred write that fails: " + problems.front().message);
+  }
+}
+
+Result<std::vector<EntryPtr>> DataSession::Delete(const cfm::agent::Path& path,
+                                                  cfm::agent::Reply& reply) {
+  auto gone = services_.operational.Delete(path);
+  if (gone) {
     for (const std::uint64_t id : services_.providers.EntriesGone(*gone)) {
       reply.add_withdrawn(id);
     }
+  }
+  return gone;
+}
+
+void DataSession::Delete(const OperationalWrite& request) {
+  cfm::agent::Reply reply;
+  const auto gone = Delete(request.path(), reply);
+  if (!gone) {
+    AddProblems(gone.Why(), reply);
+  } else if (request.hold()) {
+    services_.writers.Take(this);
+    reply.set_held(true);
+    reply.set_entries_left(
+        static_cast<std::uint32_t>(services_.operational.EntriesBeside(*gone->front())));
   }
   SendReply(peer_, std::move(reply));
 }

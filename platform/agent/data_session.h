@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "operational_store.h"
 #include "role.h"
 #include "snapshot.h"
 
@@ -18,7 +19,7 @@ class DataSession : public Role {
   void Handle(const cfm::agent::Request& request) override;
 
  private:
-  enum class State { kClosed, kWaitingForLock, kOpen, kRefused };
+  enum class State { kClosed, kWaiting, kOpen, kRefused };
 
   void Start(const cfm::agent::StartSession& request);
   void Open(const cfm::agent::StartSession& request);
@@ -29,7 +30,11 @@ class DataSession : public Role {
   void Write(const cfm::agent::OperationalWrite& request);
   void WriteDeferred(const cfm::agent::DeferredWrites& request);
   void Answer(const cfm::agent::OperationalWrite& request, const Problems& problems);
-  void Delete(const cfm::agent::Path& path);
+  void Delete(const cfm::agent::OperationalWrite& request);
+  // Makes one deferred write; adds what it withdraws.
+  void WriteOne(const cfm::agent::OperationalWrite& write, cfm::agent::Reply& reply);
+  // The entries that are gone. Adds the requests that this withdraws.
+  Result<std::vector<EntryPtr>> Delete(const cfm::agent::Path& path, cfm::agent::Reply& reply);
   Problems CheckSession(const char* operation) const;
   void SendTxid();
 

@@ -231,6 +231,12 @@ Result<std::vector<EntryPtr>> OperationalStore::Delete(const cfm::agent::Path& g
   return gone;
 }
 
+std::size_t OperationalStore::EntriesBeside(const OperationalEntry& entry) {
+  EntryPtr around;
+  OperationalNode* parent = Walk(entry.path, entry.path.size() - 1, around);
+  return parent != nullptr ? parent->lists[&entry.Schema()].Size() : 0;
+}
+
 std::vector<EntryPtr> EntriesBelow(const OperationalNode& top, const InstancePath& path) {
   std::vector<EntryPtr> found;
   const OperationalNode* node = &top;

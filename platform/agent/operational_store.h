@@ -79,6 +79,8 @@ class OperationalStore {
   Result<std::vector<EntryPtr>> Delete(const cfm::agent::Path& path);
 
   const OperationalNode& Top() const { return top_; }
+  // Of the list that the entry is in, or was in until it was deleted.
+  std::size_t EntriesBeside(const OperationalEntry& entry);
 
   // Called for each entry that was created, written or deleted.
   void OnChange(std::function<void(const EntryPtr&)> on_change) {

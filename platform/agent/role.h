@@ -24,6 +24,7 @@ class ProviderModel;
 class Providers;
 class StatusBoard;
 class Subscriptions;
+class WriterHold;
 
 // What the roles work on; outlives them.
 struct Services {
@@ -37,6 +38,7 @@ struct Services {
   StatusBoard& status;
   const ProviderModel& provider_model;
   OperationalStore& operational;
+  WriterHold& writers;
   OperationalWatch& watch;
   Providers& providers;
 };

@@ -32,9 +32,9 @@ Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<
   }
 }
 
-void Server::Describe(cfm::agent::Status& status) const {
+void Server::AddTo(cfm::agent::Status& status) const {
   for (const auto& [key, connection] : connections_) {
-    connection->Describe(status);
+    connection->AddTo(status);
   }
 }
 

@@ -21,7 +21,7 @@ class Server {
          const Services& services);
 
   // Adds the programs that are connected.
-  void Describe(cfm::agent::Status& status) const;
+  void AddTo(cfm::agent::Status& status) const;
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);

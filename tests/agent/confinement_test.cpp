@@ -28,48 +28,46 @@ struct Case {
 const std::vector<Case>& Confined() {
   static const std::vector<Case> cases = {
       {"NoConstraint", ""},
-      {"ALookAtTheEntry", R"(leaf a { type string; must "../size > 1"; })"},
-      {"ALookAtItsKey", R"(list in { key "k"; must "../id != k"; leaf k { type string; } })"},
-      {"ALookAtItself", R"(leaf a { type string; must ". != 'x'"; })"},
-      {"AReferenceWithin", R"(leaf a { type leafref { path "../size"; } })"},
-      {"AConditionWithin", R"(leaf a { when "../size = 1"; type string; })"},
-      {"AMandatoryLeafWithin", R"(leaf a { type string; mandatory true; })"},
+      {"ALookAtTheEntry", R"y(leaf a { type string; must "../size > 1"; })y"},
+      {"ALookAtItsKey", R"y(list in { key "k"; must "../id != k"; leaf k { type string; } })y"},
+      {"ALookAtItself", R"y(leaf a { type string; must ". != 'x'"; })y"},
+      {"AReferenceWithin", R"y(leaf a { type leafref { path "../size"; } })y"},
+      {"AConditionWithin", R"y(leaf a { when "../size = 1"; type string; })y"},
+      {"AMandatoryLeafWithin", R"y(leaf a { type string; mandatory true; })y"},
       {"AnInnerListWithLimits",
-       R"(list in { key "k"; unique "u"; max-elements 3; leaf k { type string; }
-          leaf u { type string; } })"},
-      {"AConstraintOnTheEntry", "", R"(must "size > 1";)"},
-      {"ADefaultOutside", "", "", R"(leaf a { type string; default "x"; })"},
+       R"y(list in { key "k"; unique "u"; max-elements 3; leaf k { type string; }
+          leaf u { type string; } })y"},
+      {"AConstraintOnTheEntry", "", R"y(must "size > 1";)y"},
+      {"ADefaultOutside", "", "", R"y(leaf a { type string; default "x"; })y"},
       {"AConditionOnStatusOutside", "", "",
-       R"(leaf a { config false; when "../entry/size = 1"; type string; })"},
+       R"y(leaf a { config false; when "../entry/size = 1"; type string; })y"},
   };
   return cases;
 }
 
 const std::vector<Case>& Unconfined() {
   static const std::vector<Case> cases = {
-    {"ALookAtOtherEntries", R"(leaf a { type string; must "count(../../entry) < 3"; })"},
-    {"ALookFromTheTop", R"(leaf a { type string; must "/m:top/m:entry/m:size > 1"; })"},
-    {"ALookAtTheEntryBefore", "", R"(must "not(preceding-sibling::entry/size > size)";)"},
-      {
-    "ALookAtTheEntryAfter", "", R"(must "not(following-sibling::entry/size < size)";)"},
-      {"ALookAtAnother", R"(leaf a { type string; must "../../b = 1"; })", "",
+      {"ALookAtOtherEntries", R"y(leaf a { type string; must "count(../../entry) < 3"; })y"},
+      {"ALookFromTheTop", R"y(leaf a { type string; must "/m:top/m:entry/m:size > 1"; })y"},
+      {"ALookAtTheEntryBefore", "", R"y(must "not(preceding-sibling::entry/size > size)";)y"},
+      {"ALookAtTheEntryAfter", "", R"y(must "not(following-sibling::entry/size < size)";)y"},
+      {"ALookAtAnother", R"y(leaf a { type string; must "../../b = 1"; })y", "",
        "leaf b { type int32; }"},
-      {"AReferenceToOthers", R"(leaf a { type leafref { path "../../entry/id"; } })"},
+      {"AReferenceToOthers", R"y(leaf a { type leafref { path "../../entry/id"; } })y"},
       {"AReferenceInAUnion",
-       R"(leaf a { type union { type int32; type leafref { path "../../entry/id"; } } })"},
+       R"y(leaf a { type union { type int32; type leafref { path "../../entry/id"; } } })y"},
       {"AnInstanceIdentifier", "leaf a { type instance-identifier; }"},
-      {"AConditionOnOthers", R"(leaf a { when "../../b = 1"; type string; })", "",
+      {"AConditionOnOthers", R"y(leaf a { when "../../b = 1"; type string; })y", "",
        "leaf b { type int32; }"},
-      {
-      "AnElementThatLooksOut",
-          R"(leaf-list a { type string; must "not(../../entry[id = current()])";
-    })"},
+      {"AnElementThatLooksOut",
+       R"y(leaf-list a { type string; must "not(../../entry[id = current()])";
+    })y"},
       {"AnOrderOfTheUsers", "", "ordered-by user;"},
-      {"UniqueLeaves", "", R"(unique "size";)"},
+      {"UniqueLeaves", "", R"y(unique "size";)y"},
       {"ALeastNumber", "", "min-elements 1;"},
       {"ALimit", "", "max-elements 9;"},
-      {"AConstraintOutside", "", "", R"(leaf a { type string; must "count(../entry) < 3"; })"},
-      {"AConditionOutside", "", "", R"(leaf a { when "../entry"; type string; })"},
+      {"AConstraintOutside", "", "", R"y(leaf a { type string; must "count(../entry) < 3"; })y"},
+      {"AConditionOutside", "", "", R"y(leaf a { when "../entry"; type string; })y"},
       {"AMandatoryLeafOutside", "", "", "leaf a { type string; mandatory true; }"},
   };
   return cases;
@@ -81,12 +79,12 @@ class Confinement : public ::testing::Test {
 
   std::vector<std::string> WayInModule(const std::string& body) {
     std::ofstream(directory_ / "m.yang")
-        << R"(module m { yang-version 1.1; namespace "urn:m"; prefix m; )" << body << " }";
+        << R"y(module m { yang-version 1.1; namespace "urn:m"; prefix m; )y" << body << " }";
     return WayOf(Model(directory_.Path()));
   }
 
   static std::string Container(const Case& each) {
-    return R"(container top { list entry { key "id"; )" + each.in_list +
+    return R"y(container top { list entry { key "id"; )y" + each.in_list +
            " leaf id { type string; } leaf size { type int32; } " + each.in_entry + " } " +
            each.outside + " }";
   }
@@ -114,8 +112,8 @@ TEST_F(Confinement, OfTheElementsModelIsTheMaintenanceDomain) {
 }
 
 TEST_F(Confinement, IsNotLookedForBelowAPresenceContainer) {
-  EXPECT_THAT(WayInModule(R"(container top { presence "it is"; list entry { key "id";
-                             leaf id { type string; } } })"),
+  EXPECT_THAT(WayInModule(R"y(container top { presence "it is"; list entry { key "id";
+                             leaf id { type string; } } })y"),
               IsEmpty());
 }
 

@@ -36,6 +36,13 @@ class DeferredWritesTest : public ::testing::Test {
     request.mutable_operational_write()->set_tell_leaves(tell_leaves);
     return client_.Call(request);
   }
+  pb::Reply DeleteHolding(std::uint32_t position) {
+    pb::Request request;
+    *request.mutable_operational_write() =
+        Write(pb::OperationalWrite::DELETE, PositionPath("local", position));
+    request.mutable_operational_write()->set_hold(true);
+    return client_.Call(request);
+  }
   void Defer(const std::vector<pb::OperationalWrite>& writes) {
     pb::Request request;
     for (const auto& write : writes) {
@@ -87,7 +94,8 @@ TEST_F(DeferredWritesTest, NeedASessionOnTheOperationalDatastore) {
 
 TEST_F(DeferredWritesTest, MayBeMadeOfTheLeavesThatAReplyTells) {
   std::vector<std::string> told;
-  for (const auto& leaf : Create(1, true).leaves()) {
+  const pb::Reply reply = Create(1, true);
+  for (const auto& leaf : reply.leaves()) {
     std::string text = leaf.name() + (leaf.takes_all() ? " all" : "");
     for (const std::int64_t number : leaf.numbers()) {
       text += " " + std::to_string(number);
@@ -100,6 +108,56 @@ TEST_F(DeferredWritesTest, MayBeMadeOfTheLeavesThatAReplyTells) {
                                 "tx-port-status-tlv 0 1 2 3", "block-state all"));
   EXPECT_EQ(Create(2).leaves_size(), 0);
   EXPECT_EQ(Create(2, true).leaves_size(), 0);  // refused
+}
+
+TEST_F(DeferredWritesTest, OfDeletionsTellWhatTheyWithdraw) {
+  for (std::int64_t key = 0; key < 4; ++key) {
+    Create(key);
+  }
+  const pb::Reply held = DeleteHolding(3);
+  EXPECT_TRUE(held.held());
+  EXPECT_EQ(held.entries_left(), 3U);
+  pb::Request request;
+  for (std::uint32_t position : {2U, 1U}) {
+    *request.mutable_deferred_writes()->add_writes() =
+        Write(pb::OperationalWrite::DELETE, PositionPath("local", position));
+  }
+  request.mutable_deferred_writes()->set_wants_reply(true);
+  EXPECT_EQ(client_.Call(request).errors_size(), 0);
+  EXPECT_EQ(DeleteHolding(0).entries_left(), 0U);
+}
+
+TEST_F(DeferredWritesTest, HoldOthersOffUntilTheSessionEnds) {
+  Create(0);
+  Create(1);
+  DeleteHolding(1);
+  Client other(agent_, pb::ROLE_CDB_DATA, "other");
+  other.StartSession(CDB_OPERATIONAL, 0);
+  pb::Request create;
+  *create.mutable_operational_write() = Write(pb::OperationalWrite::CREATE, EntryPath("local", 9));
+  other.Send(create);
+  Client third(agent_, pb::ROLE_CDB_DATA, "third");
+  third.StartSession(CDB_OPERATIONAL, 0);
+  create.mutable_operational_write()->mutable_path()->CopyFrom(EntryPath("local", 10));
+  third.Send(create);
+  Client(agent_, pb::ROLE_FRONT_END).Status();  // the agent has come so far
+  EXPECT_TRUE(other.IsSilent());
+  EXPECT_EQ(Create(2).errors_size(), 0);  // its own go on
+  client_.EndSession();
+  EXPECT_EQ(other.Receive().errors_size(), 0);
+  EXPECT_EQ(third.Receive().errors_size(), 0);
+}
+
+TEST_F(DeferredWritesTest, HoldNobodyOffOnceTheirProgramIsGone) {
+  Create(0);
+  DeleteHolding(0);
+  Client other(agent_, pb::ROLE_CDB_DATA, "other");
+  other.StartSession(CDB_OPERATIONAL, 0);
+  pb::Request create;
+  *create.mutable_operational_write() = Write(pb::OperationalWrite::CREATE, EntryPath("local", 9));
+  other.Send(create);
+  client_.Hang();
+  EXPECT_EQ(other.Receive().errors_size(), 0);
 }
 
 TEST_F(DeferredWritesTest, TheAgentTellsHowManyRoundTripsAConnectionHasCost) {

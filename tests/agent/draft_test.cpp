@@ -5,6 +5,7 @@
 #include "fixture.h"
 #include "nodes.h"
 #include "render.h"
+#include "validation.h"
 
 namespace agentd::test {
 namespace {
@@ -85,7 +86,9 @@ TEST_F(DraftTest, IsCompletedToWhatACommitMakes) {
   const std::vector<pb::EditOperation> edits = {
       SetLeaf(PathOfMd("d") + "/level", "5"), Document(Md("c")), Document(Md("z")),
       Operation(pb::EditOperation::DELETE, PathOfMd("f"))};
-  const std::string text = Text(Edited(edits).Complete().get());
+  Draft draft = Edited(edits);
+  AddImplicitNodes(TheModel(), draft.Data());
+  const std::string text = Text(draft.Complete().get());
   Commit(edits);
   EXPECT_EQ(Text(datastore_.Running()->Top()), text);
   EXPECT_THAT(Mds(datastore_.Running()->Top()), ElementsAre("b", "c", "d", "z"));
@@ -128,13 +131,17 @@ TEST_F(DraftTest, ARefusedCommitChangesNothing) {
 }
 
 TEST_F(DraftTest, CapacityCountsWhatIsNotInTheDraft) {
+  // Nine are there.
   std::vector<pb::EditOperation> edits;
-  const std::string ma = PathOfMd("b") + "/ma[id='blue']";
-  for (int id = 200; id < 200 + 8192 - 3 * 3; ++id) {
-    edits.push_back(SetLeaf(ma + "/remote-meps", std::to_string(id)));
+  const auto remotes = [](const char* md) { return PathOfMd(md) + "/ma[id='blue']/remote-meps"; };
+  for (int id = 200; id <= 8191; ++id) {
+    edits.push_back(SetLeaf(remotes("b"), std::to_string(id)));
+  }
+  for (int id = 200; id < 200 + 8192 - 9 - 7992; ++id) {
+    edits.push_back(SetLeaf(remotes("f"), std::to_string(id)));
   }
   Commit(edits);
-  const std::string more = PathOfMd("d") + "/ma[id='blue']/remote-meps";
+  const std::string more = remotes("d");
   EXPECT_THAT(Texts(TryCommit({SetLeaf(more, "7")})), ElementsAre(HasSubstr("8193 instances")));
   Commit({Operation(pb::EditOperation::DELETE, PathOfMd("f")), SetLeaf(more, "7")});
 }

@@ -33,7 +33,8 @@ std::string TextOf(const OperationalWrite& write) {
   static const char* const kOperations[] = {"create", "set", "delete"};
   std::string text = kOperations[write.operation()];
   const auto& last = write.path().steps(write.path().steps_size() - 1);
-  return text + " " + last.name() + (write.tell_leaves() ? " tell" : "");
+  return text + " " + last.name() + (write.tell_leaves() ? " tell" : "") +
+         (write.hold() ? " hold" : "");
 }
 
 // What came in, one line a message.
@@ -46,12 +47,13 @@ std::string TextOf(const Request& request) {
     for (const auto& write : request.deferred_writes().writes()) {
       text += " " + TextOf(write);
     }
-    return text;
+    return text + (request.deferred_writes().wants_reply() ? " reply" : "");
   }
   return request.has_start_session() ? "start" : request.has_end_session() ? "end" : "fetch";
 }
 
-// Takes every write, and tells of three leaves of the list `local`.
+// Takes every write, tells of three leaves of the list `local`, and when it holds
+// others off has as many entries left as the position that was deleted.
 class DeferredWrite : public testing::Test {
  protected:
   DeferredWrite() : agent_({[this](int fd) { Serve(fd); }}), socket_(agent_, CDB_DATA_SOCKET) {
@@ -98,6 +100,13 @@ class DeferredWrite : public testing::Test {
           *reply.add_leaves() = LeafOf("tx-rdi", C_ENUM_VALUE, {0, 1});
           *reply.add_leaves() = LeafOf("mep", C_INT32);
         }
+        if (request->operational_write().hold()) {
+          const auto& path = request->operational_write().path();
+          reply.set_held(true);
+          reply.set_entries_left(path.steps(path.steps_size() - 1).position());
+        }
+        test::Answer(fd, reply);
+      } else if (request->has_deferred_writes() && request->deferred_writes().wants_reply()) {
         test::Answer(fd, reply);
       } else if (request->has_fetch()) {
         *reply.mutable_data() = test::Container("status", {});
@@ -153,7 +162,7 @@ TEST_F(DeferredWrite, WhatMayFailIsAskedAtOnce) {
   EXPECT_EQ(SetText("x", "/status/local{%x}/other"), CONFD_OK);  // another leaf
   EXPECT_EQ(SetText("x", "/status/local{%x}/in/md"), CONFD_OK);  // further below
   EXPECT_THAT(Received(), ElementsAre("start", "create local tell", "set tx-rdi", "set md",
-                                      "set md", "set mep", "set other", "set md tell"));
+                                      "set md", "set mep", "set other", "set md"));
 }
 
 TEST_F(DeferredWrite, AnotherEntryIsAskedAtOnce) {
@@ -187,6 +196,41 @@ TEST_F(DeferredWrite, ADeleteSendsThemFirstAndForgetsTheEntry) {
   EXPECT_EQ(SetText("west"), CONFD_OK);
   EXPECT_THAT(Received(), ElementsAre("start", "create local tell", "deferred: set md",
                                       "delete local", "set md"));
+}
+
+TEST_F(DeferredWrite, AWipeFromTheEndOfAListTravelsTogether) {
+  const std::uint64_t before = confd_round_trips();
+  for (int position = 4; position >= 0; --position) {
+    EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", position), CONFD_OK);
+  }
+  EXPECT_EQ(End(), CONFD_OK);
+  EXPECT_EQ(confd_round_trips() - before, 2U);
+  EXPECT_THAT(
+      Received(),
+      ElementsAre("start", "delete local hold",
+                  "deferred: delete local delete local delete local delete local reply", "end"));
+}
+
+TEST_F(DeferredWrite, ADeletionThatIsNotOfTheLastIsAskedAtOnce) {
+  EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", 4), CONFD_OK);
+  EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", 2), CONFD_OK);   // four are left
+  EXPECT_EQ(cdb_delete(Fd(), "/status/remote[%d]", 3), CONFD_OK);  // of the other list
+  EXPECT_EQ(cdb_delete(Fd(), "/status/local{%x}", &key_), CONFD_OK);
+  EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", 3), CONFD_OK);  // nothing is known any more
+  EXPECT_THAT(Received(), ElementsAre("start", "delete local hold", "delete local hold",
+                                      "delete remote hold", "delete local", "delete local hold"));
+}
+
+TEST_F(DeferredWrite, TheLastDeletionOfAListIsFollowedByNoOther) {
+  for (int position = 4; position >= 0; --position) {
+    EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", position), CONFD_OK);
+  }
+  EXPECT_EQ(cdb_delete(Fd(), "/status/local[%d]", 0), CONFD_OK);
+  EXPECT_EQ(cdb_num_instances(Fd(), "/status/local"), 0);
+  EXPECT_THAT(Received(),
+              ElementsAre("start", "delete local hold",
+                          "deferred: delete local delete local delete local delete local reply",
+                          "delete local hold", "fetch"));
 }
 
 TEST_F(DeferredWrite, ManyAreSentBeforeTheEnd) {

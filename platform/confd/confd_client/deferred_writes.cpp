@@ -3,7 +3,10 @@
 #include <confd_lib.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include "confd_client/daemon.h"
 
 namespace confd {
 namespace {
@@ -68,14 +71,32 @@ void DeferredWrites::Know(Path entry, const WritableLists::Leaves* leaves) {
   leaves_ = leaves;
 }
 
+void DeferredWrites::KnowEntriesLeft(const Path& path, std::uint32_t entries) {
+  list_ = path;
+  list_.back().position.reset();
+  entries_left_ = entries;
+}
+
 void DeferredWrites::Forget() {
   entry_.clear();
   leaves_ = nullptr;
+  list_.clear();
+  entries_left_ = 0;
 }
 
 bool DeferredWrites::CanTake(const OperationalWrite& write, const Path& path) const {
-  if (leaves_ == nullptr || write.operation() != OperationalWrite::SET ||
-      path.size() != entry_.size() + 1 || path.back().PicksEntry() ||
+  switch (write.operation()) {
+    case OperationalWrite::SET:
+      return CanSet(write, path);
+    case OperationalWrite::DELETE:
+      return CanDelete(path);
+    default:
+      return false;
+  }
+}
+
+bool DeferredWrites::CanSet(const OperationalWrite& write, const Path& path) const {
+  if (leaves_ == nullptr || path.size() != entry_.size() + 1 || path.back().PicksEntry() ||
       !std::equal(entry_.begin(), entry_.end(), path.begin())) {
     return false;
   }
@@ -83,18 +104,39 @@ bool DeferredWrites::CanTake(const OperationalWrite& write, const Path& path) co
   return leaf != leaves_->end() && Takes(leaf->second, write.value());
 }
 
+// The last of its list.
+bool DeferredWrites::CanDelete(const Path& path) const {
+  if (entries_left_ == 0 || path.back().position != entries_left_ - 1 ||
+      path.size() != list_.size() || path.back().name != list_.back().name) {
+    return false;
+  }
+  return std::equal(list_.begin(), std::prev(list_.end()), path.begin());
+}
+
 void DeferredWrites::Take(OperationalWrite write, Link& link) {
-  auto& writes = *request_.mutable_deferred_writes()->mutable_writes();
-  *writes.Add() = std::move(write);
-  if (writes.size() == kMostWaiting) {
+  cfm::agent::DeferredWrites& deferred = *request_.mutable_deferred_writes();
+  if (write.operation() == OperationalWrite::DELETE) {
+    --entries_left_;
+    entry_.clear();
+    leaves_ = nullptr;
+    deferred.set_wants_reply(true);
+  }
+  *deferred.add_writes() = std::move(write);
+  if (deferred.writes_size() == kMostWaiting) {
     Send(link);
   }
 }
 
 void DeferredWrites::Send(Link& link) {
-  if (request_.has_deferred_writes()) {
-    const cfm::agent::Request request = std::exchange(request_, {});
-    link.Send(request);
+  if (!request_.has_deferred_writes()) {
+    return;
+  }
+  const cfm::agent::Request request = std::exchange(request_, {});
+  if (!request.deferred_writes().wants_reply()) {
+    return link.Send(request);
+  }
+  for (const std::uint64_t id : link.Transact(request).withdrawn()) {
+    WithdrawRequest(id);
   }
 }
 

@@ -3,7 +3,9 @@
 //
 // Sure is a value of which the agent has told that its leaf takes it, in an
 // entry that a write of the same session has created or found. Should another
-// program delete that entry meanwhile, the write counts as made before.
+// program delete that entry meanwhile, the write counts as made before. Sure is
+// also the deletion of a list's last entry once the agent keeps other programs
+// from creating and deleting, and so the next, and the next.
 #ifndef CONFD_CLIENT_DEFERRED_WRITES_H
 #define CONFD_CLIENT_DEFERRED_WRITES_H
 
@@ -40,18 +42,27 @@ class DeferredWrites {
  public:
   // `leaves` stay where they are as long as the session lasts.
   void Know(Path entry, const WritableLists::Leaves* leaves);
-  // Nothing is known to be there any more.
+  // The list, whose entry `path` was deleted by its position, has so many left,
+  // and nobody else changes that.
+  void KnowEntriesLeft(const Path& path, std::uint32_t entries);
+  // Nothing is known any more.
   void Forget();
 
   bool CanTake(const cfm::agent::OperationalWrite& write, const Path& path) const;
   // Sends what has come together when it is much.
   void Take(cfm::agent::OperationalWrite write, Link& link);
-  // Throws ApiError when the agent is gone; they are gone with it.
+  // Throws ApiError when the agent is gone; they are gone with it. What
+  // deletions make void is known when it returns.
   void Send(Link& link);
 
  private:
+  bool CanSet(const cfm::agent::OperationalWrite& write, const Path& path) const;
+  bool CanDelete(const Path& path) const;
+
   Path entry_;
   const WritableLists::Leaves* leaves_ = nullptr;
+  Path list_;
+  std::uint32_t entries_left_ = 0;
   cfm::agent::Request request_;
 };
 

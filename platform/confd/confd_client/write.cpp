@@ -36,18 +36,39 @@ OperationalWrite WriteMessage(OperationalWrite::Operation operation, const Path&
 }
 
 // What a write makes void is known when it returns.
-void WriteNow(Connection& connection, OperationalWrite write, const Path& entry) {
+cfm::agent::Reply WriteNow(Connection& connection, OperationalWrite write) {
   connection.session->deferred.Send(connection.link);
   cfm::agent::Request request;
+  *request.mutable_operational_write() = std::move(write);
+  cfm::agent::Reply reply = connection.link.Transact(request);
+  for (const std::uint64_t id : reply.withdrawn()) {
+    WithdrawRequest(id);
+  }
+  return reply;
+}
+
+void Delete(Connection& connection, OperationalWrite write, const Path& path) {
+  write.set_hold(path.back().position.has_value());
+  const cfm::agent::Reply reply = WriteNow(connection, std::move(write));
+  DeferredWrites& deferred = connection.session->deferred;
+  deferred.Forget();
+  if (reply.held()) {
+    deferred.KnowEntriesLeft(path, reply.entries_left());
+  }
+}
+
+void CreateOrSet(Connection& connection, OperationalWrite write, const Path& path) {
+  const Path entry = EntryOf(write.operation(), path);
   const bool is_new_list = !entry.empty() && connection.writable.Find(entry) == nullptr;
   write.set_tell_leaves(is_new_list);
-  *request.mutable_operational_write() = std::move(write);
-  const cfm::agent::Reply reply = connection.link.Transact(request);
+  const cfm::agent::Reply reply = WriteNow(connection, std::move(write));
   if (is_new_list) {
     connection.writable.Learn(entry, reply.leaves());
   }
-  for (const std::uint64_t id : reply.withdrawn()) {
-    WithdrawRequest(id);
+  DeferredWrites& deferred = connection.session->deferred;
+  deferred.Forget();
+  if (!entry.empty()) {
+    deferred.Know(entry, connection.writable.Find(entry));
   }
 }
 
@@ -57,18 +78,13 @@ void WriteNow(Connection& connection, OperationalWrite write, const Path& entry)
 int Write(Connection& connection, OperationalWrite::Operation operation, const Path& path,
           const confd_value_t* value) {
   CheckWritable(connection);
-  DeferredWrites& deferred = connection.session->deferred;
   OperationalWrite write = WriteMessage(operation, path, value);
-  if (deferred.CanTake(write, path)) {
+  if (DeferredWrites& deferred = connection.session->deferred; deferred.CanTake(write, path)) {
     deferred.Take(std::move(write), connection.link);
-    return CONFD_OK;
-  }
-  const Path entry = EntryOf(operation, path);
-  WriteNow(connection, std::move(write), entry);
-  if (operation == OperationalWrite::DELETE) {
-    deferred.Forget();
-  } else if (!entry.empty()) {
-    deferred.Know(entry, connection.writable.Find(entry));
+  } else if (operation == OperationalWrite::DELETE) {
+    Delete(connection, std::move(write), path);
+  } else {
+    CreateOrSet(connection, std::move(write), path);
   }
   return CONFD_OK;
 }

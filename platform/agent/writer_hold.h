@@ -1,0 +1,38 @@
+// Who alone may create and delete operational entries for a while, so that a
+// program can tell what its next deletions will do.
+#ifndef AGENT_WRITER_HOLD_H
+#define AGENT_WRITER_HOLD_H
+
+#include <functional>
+#include <map>
+
+#include "timer.h"
+
+namespace agentd {
+
+class WriterHold {
+ public:
+  // Stands for the session that asks.
+  using Owner = const void*;
+
+  explicit WriterHold(sd_event* loop) : soon_(loop, [this] { Resume(); }) {}
+
+  bool KeepsWaiting(Owner owner) const { return holder_ != nullptr && holder_ != owner; }
+  // Only for whoever is not kept waiting.
+  void Take(Owner owner) { holder_ = owner; }
+  // Calls back once, from the loop, when nobody has it; Release takes it back.
+  void Wait(Owner owner, std::function<void()> resume) { waiting_[owner] = std::move(resume); }
+  // Whatever the owner has or waits for.
+  void Release(Owner owner);
+
+ private:
+  void Resume();
+
+  Owner holder_ = nullptr;
+  std::map<Owner, std::function<void()>> waiting_;
+  Timer soon_;  // out of the destructor that lets go
+};
+
+}  // namespace agentd
+
+#endif
