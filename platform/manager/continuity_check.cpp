@@ -82,9 +82,10 @@ void ContinuityCheck::FollowTable() {
   }
 }
 
-std::vector<std::string> ContinuityCheck::Apply(const Hierarchy& hierarchy) {
+std::vector<std::string> ContinuityCheck::Apply(const Hierarchy& hierarchy,
+                                                const std::set<std::string>& touched) {
   FollowTable();
-  std::vector<std::string> warnings = engine_.Apply(hierarchy, Now());
+  std::vector<std::string> warnings = engine_.Apply(hierarchy, touched, Now());
   Settle();
   return warnings;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +40,7 @@ class ContinuityCheck {
 
   // As the engine's operations of these names. Listeners have been told when
   // they return.
-  std::vector<std::string> Apply(const Hierarchy& hierarchy);
+  std::vector<std::string> Apply(const Hierarchy& hierarchy, const std::set<std::string>& touched);
   void ReportAll();
   std::vector<engine::MepStatistics> Statistics() const { return engine_.Statistics(); }
   void ClearStatistics(std::string_view md, std::string_view ma, std::uint16_t mep) {

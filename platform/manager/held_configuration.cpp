@@ -4,6 +4,11 @@
 
 #include <utility>
 
+#include "frame.h"
+#include "hierarchy_codec.h"
+#include "manager.pb.h"
+#include "node_name.h"
+
 namespace cfm {
 namespace {
 
@@ -16,13 +21,43 @@ std::string CountText(const char* kind, std::size_t count, const NodeChanges& ch
 
 HeldConfiguration::HeldConfiguration(Interfaces interfaces) : interfaces_(std::move(interfaces)) {}
 
-HierarchyChanges HeldConfiguration::Replace(std::uint64_t number, Hierarchy hierarchy) {
-  std::vector<std::string> warnings = FindMepsWithoutInterface(hierarchy, interfaces_());
-  const HierarchyChanges changes = CompareHierarchies(hierarchy_, hierarchy);
-  number_ = number;
-  hierarchy_ = std::move(hierarchy);
-  warnings_ = std::move(warnings);
-  return changes;
+Replacement HeldConfiguration::Replace(const manager::Configuration& configuration) {
+  Encoded encoded;
+  std::set<std::string> names;
+  Hierarchy after;  // of the MDs that changed
+  Hierarchy before;
+  Replacement result;
+  for (const std::string& bytes : configuration.mds()) {
+    std::string name;
+    if (const auto known = encoded_.find(bytes); known != encoded_.end()) {
+      name = known->second;
+    } else {
+      auto node = DecodeMd(bytes);
+      name = node.first;
+      after.insert(std::move(node));
+    }
+    if (!names.insert(name).second) {
+      throw ipc::ProtocolError(MdText(name) + " is there twice");
+    }
+    encoded.emplace(bytes, std::move(name));
+  }
+  for (auto next = hierarchy_.begin(); next != hierarchy_.end();) {
+    const auto md = next++;
+    if (after.contains(md->first) || !names.contains(md->first)) {
+      before.insert(hierarchy_.extract(md));
+    }
+  }
+  result.changes = CompareHierarchies(before, after);
+  for (const Hierarchy* part : {&before, &after}) {
+    for (const auto& [name, md] : *part) {
+      result.mds.insert(name);
+    }
+  }
+  hierarchy_.merge(after);
+  encoded_ = std::move(encoded);
+  number_ = configuration.number();
+  warnings_ = FindMepsWithoutInterface(hierarchy_, interfaces_());
+  return result;
 }
 
 std::string AppliedText(const HeldConfiguration& held, const HierarchyChanges& changes) {

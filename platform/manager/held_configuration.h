@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "cfm/hierarchy.h"
@@ -12,6 +14,16 @@
 #include "interface_check.h"
 
 namespace cfm {
+
+namespace manager {
+class Configuration;
+}
+
+// What another configuration changes.
+struct Replacement {
+  HierarchyChanges changes;
+  std::set<std::string> mds;  // those that came, went, or are not as they were
+};
 
 // Belongs to no connection: it stays in force when the client that gave it
 // goes away, because the traffic that it watches goes on.
@@ -22,9 +34,10 @@ class HeldConfiguration {
 
   explicit HeldConfiguration(Interfaces interfaces);
 
-  // Puts another configuration in force, also one with warnings. Returns what
-  // that changed.
-  HierarchyChanges Replace(std::uint64_t number, Hierarchy hierarchy);
+  // Puts another configuration in force, also one with warnings. An MD whose
+  // bytes are those of before is not looked into. Throws ipc::ProtocolError
+  // (hierarchy_codec.h), and then nothing has changed.
+  Replacement Replace(const manager::Configuration& configuration);
   // What else cannot be used of the configuration in force.
   void AddWarnings(const std::vector<std::string>& warnings) {
     warnings_.insert(warnings_.end(), warnings.begin(), warnings.end());
@@ -36,8 +49,12 @@ class HeldConfiguration {
   const std::vector<std::string>& Warnings() const { return warnings_; }
 
  private:
+  // The name of each MD by its bytes.
+  using Encoded = std::unordered_map<std::string, std::string>;
+
   Interfaces interfaces_;
   std::uint64_t number_ = 0;
+  Encoded encoded_;
   Hierarchy hierarchy_;
   std::vector<std::string> warnings_;
 };

@@ -130,10 +130,9 @@ void Server::Work(Session& session, const manager::FromClient& message) {
 }
 
 void Server::Apply(Session& session, const manager::Configuration& configuration) {
-  const HierarchyChanges changes =
-      held_.Replace(configuration.number(), DecodeHierarchy(configuration));
-  held_.AddWarnings(check_.Apply(held_.Get()));
-  log_.Info(fmt::format("{} of {}", AppliedText(held_, changes), session.Text()));
+  const Replacement replacement = held_.Replace(configuration);
+  held_.AddWarnings(check_.Apply(held_.Get(), replacement.mds));
+  log_.Info(fmt::format("{} of {}", AppliedText(held_, replacement.changes), session.Text()));
   feed_->SendApplied(held_.Number(), held_.Warnings());
   ShowTo(Observers());
   if (feed_->Begin()) {

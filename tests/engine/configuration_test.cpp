@@ -259,5 +259,36 @@ TEST_F(ConfigurationTest, AMepIdThatFitsNoCcmIsSaid) {
               ElementsAre("MEP 8192 of MA blue of MD east stays idle: its id is not 1 to 8191"));
 }
 
+TEST_F(ConfigurationTest, AnMdThatIsNotTouchedKeepsItsLines) {
+  mep.level = 9;
+  Hierarchy hierarchy = Configure(mep);
+  AddMep(hierarchy, {.md = "west", .level = 8});
+  EXPECT_EQ(world.Apply(element, hierarchy).size(), 2U);
+  hierarchy.at("west").level = 4;
+  EXPECT_THAT(world.Apply(element, hierarchy), ElementsAre(HasSubstr("level 9")));
+  hierarchy.erase("west");
+  EXPECT_THAT(world.Apply(element, hierarchy), ElementsAre(HasSubstr("level 9")));
+}
+
+TEST_F(ConfigurationTest, AMepHearsItsPeerWhateverHappensToOtherMds) {
+  Hierarchy hierarchy = Configure(mep);
+  world.Apply(element, hierarchy);
+  const auto hears = [this] {
+    const auto before = element.Counters().counter2;
+    world.Inject(element, PeerCcm(mep));
+    return element.Counters().counter2 == before + 1;
+  };
+  EXPECT_TRUE(hears());
+  AddMep(hierarchy, {.md = "west", .vlans = {20}});
+  world.Apply(element, hierarchy);
+  EXPECT_TRUE(hears());
+  hierarchy.at("west").mas.at("blue").meps.at(1).fault_alarm_time = 3000;
+  world.Apply(element, hierarchy);
+  EXPECT_TRUE(hears());
+  hierarchy.erase("west");
+  world.Apply(element, hierarchy);
+  EXPECT_TRUE(hears());
+}
+
 }  // namespace
 }  // namespace cfm::engine

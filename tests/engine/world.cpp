@@ -2,7 +2,34 @@
 
 #include <algorithm>
 
+#include "hierarchy_codec.h"
+#include "manager.pb.h"
+
 namespace cfm::engine {
+
+namespace {
+
+std::string Encoded(const Hierarchy::value_type& md) {
+  manager::Configuration message;
+  EncodeHierarchy({md}, message);
+  return message.SerializeAsString();
+}
+
+// The MDs that are not the same in both.
+std::set<std::string> Touched(const Hierarchy& before, const Hierarchy& after) {
+  std::set<std::string> names;
+  for (const auto& [ours, theirs] : {std::pair(&before, &after), std::pair(&after, &before)}) {
+    for (const auto& md : *ours) {
+      const auto other = theirs->find(md.first);
+      if (other == theirs->end() || Encoded(*other) != Encoded(md)) {
+        names.insert(md.first);
+      }
+    }
+  }
+  return names;
+}
+
+}  // namespace
 
 Moment At(Nanoseconds monotonic) {
   return {monotonic,
@@ -76,7 +103,8 @@ void World::Run(Nanoseconds time) {
 }
 
 std::vector<std::string> World::Apply(Element& element, const Hierarchy& hierarchy) {
-  auto warnings = element.engine.Apply(hierarchy, At(now_));
+  auto warnings = element.engine.Apply(hierarchy, Touched(element.applied, hierarchy), At(now_));
+  element.applied = hierarchy;
   Collect(element);
   return warnings;
 }

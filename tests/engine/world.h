@@ -48,6 +48,7 @@ struct Element {
   st_lmep_stats Counters() const { return engine.Statistics().at(0).statistics; }
 
   Engine engine;
+  Hierarchy applied;  // the last configuration
   std::map<PortId, PortFacts> ports;
   // What stands reported.
   std::map<MepName, st_lmep_status> locals;

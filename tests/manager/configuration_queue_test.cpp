@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame.h"
+#include "hierarchy_codec.h"
 #include "random_hierarchy.h"
 #include "reconnect_delay.h"
 
@@ -24,8 +25,9 @@ class ConfigurationQueueTest : public testing::Test {
   std::vector<std::string> sent_;
   cfm::ConfigurationQueue queue_{[this](const cfm::manager::FromClient& message) {
     const auto& configuration = message.configuration();
-    sent_.push_back(std::to_string(configuration.number()) + ":" +
-                    (configuration.mds_size() > 0 ? configuration.mds(0).name() : "none"));
+    sent_.push_back(
+        std::to_string(configuration.number()) + ":" +
+        (configuration.mds_size() > 0 ? cfm::DecodeMd(configuration.mds(0)).first : "none"));
   }};
 
   void Put(const std::string& md) { queue_.Put(test::RegularHierarchy(md, 1, 1)); }

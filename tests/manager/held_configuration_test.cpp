@@ -3,8 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "frame.h"
+#include "hierarchy_codec.h"
 #include "hierarchy_diff.h"
 #include "interface_check.h"
+#include "manager.pb.h"
 #include "random_hierarchy.h"
 
 namespace {
@@ -13,6 +16,7 @@ using cfm::CompareHierarchies;
 using cfm::Hierarchy;
 using cfm::HierarchyChanges;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 TEST(CompareHierarchies, FindsNothingBetweenEquals) {
   const Hierarchy hierarchy = test::RegularHierarchy("east", 3, 2);
@@ -83,14 +87,61 @@ TEST(FindMepsWithoutInterface, NamesEachSuchMep) {
                           "MEP 3 of MA ma0 of MD east: no interface with logical id 8"));
 }
 
+cfm::manager::Configuration Message(std::uint64_t number, const Hierarchy& hierarchy) {
+  cfm::manager::Configuration message;
+  message.set_number(number);
+  cfm::EncodeHierarchy(hierarchy, message);
+  return message;
+}
+
+Hierarchy Together(std::initializer_list<Hierarchy> parts) {
+  Hierarchy all;
+  for (Hierarchy part : parts) {
+    all.merge(part);
+  }
+  return all;
+}
+
+TEST(HeldConfiguration, TellsTheMdsThatAreNotAsTheyWere) {
+  const Hierarchy east = test::RegularHierarchy("east", 1, 1, 1);
+  const Hierarchy west = test::RegularHierarchy("west", 1, 1, 1);
+  const Hierarchy north = test::RegularHierarchy("north", 1, 1, 1);
+  Hierarchy other_west = west;
+  other_west["west"].level = 5;
+  cfm::HeldConfiguration held([] { return [](std::uint32_t) { return true; }; });
+
+  EXPECT_THAT(held.Replace(Message(1, Together({east, west}))).mds, ElementsAre("east", "west"));
+  EXPECT_THAT(held.Replace(Message(2, Together({east, west}))).mds, IsEmpty());
+  EXPECT_THAT(held.Replace(Message(3, Together({east, other_west, north}))).mds,
+              ElementsAre("north", "west"));
+  EXPECT_TRUE(held.Get() == Together({east, other_west, north}));
+  EXPECT_THAT(held.Replace(Message(4, Together({other_west, north}))).mds, ElementsAre("east"));
+  EXPECT_TRUE(held.Get() == Together({other_west, north}));
+  EXPECT_THAT(held.Replace(Message(5, {})).mds, ElementsAre("north", "west"));
+  EXPECT_TRUE(held.Get().empty());
+}
+
+TEST(HeldConfiguration, IsAsItWasAfterOneThatCannotBeRead) {
+  const Hierarchy east = test::RegularHierarchy("east", 1, 1, 1);
+  cfm::HeldConfiguration held([] { return [](std::uint32_t) { return true; }; });
+  held.Replace(Message(1, east));
+  cfm::manager::Configuration bad = Message(2, test::RegularHierarchy("west", 1, 1, 1));
+  *bad.add_mds() = bad.mds(0);
+  EXPECT_THROW(held.Replace(bad), ipc::ProtocolError);
+  EXPECT_EQ(held.Number(), 1U);
+  EXPECT_TRUE(held.Get() == east);
+  EXPECT_THAT(held.Replace(Message(3, east)).mds, IsEmpty());
+}
+
 TEST(HeldConfiguration, HoldsTheLastOneWithItsWarnings) {
   cfm::HeldConfiguration held([] { return [](std::uint32_t id) { return id == 1; }; });
   EXPECT_EQ(held.Number(), 0U);
   EXPECT_TRUE(held.Get().empty());
 
-  held.Replace(1, test::RegularHierarchy("east", 1, 1, 2));
+  held.Replace(Message(1, test::RegularHierarchy("east", 1, 1, 2)));
   EXPECT_EQ(held.Warnings().size(), 1U);
-  const HierarchyChanges changes = held.Replace(2, test::RegularHierarchy("east", 2, 2, 1));
+  const HierarchyChanges changes =
+      held.Replace(Message(2, test::RegularHierarchy("east", 2, 2, 1))).changes;
   EXPECT_EQ(held.Number(), 2U);
   EXPECT_TRUE(held.Warnings().empty());
   EXPECT_EQ(cfm::AppliedText(held, changes),
@@ -99,7 +150,8 @@ TEST(HeldConfiguration, HoldsTheLastOneWithItsWarnings) {
 
 TEST(HeldConfiguration, TheLogLineShowsTheFirstWarning) {
   cfm::HeldConfiguration held([] { return [](std::uint32_t) { return false; }; });
-  const HierarchyChanges changes = held.Replace(9, test::RegularHierarchy("east", 1, 2, 4));
+  const HierarchyChanges changes =
+      held.Replace(Message(9, test::RegularHierarchy("east", 1, 2, 4))).changes;
   EXPECT_EQ(cfm::AppliedText(held, changes),
             "configuration 9: 1 MDs (+1 -0 ~0), 1 MAs (+1 -0 ~0), 2 MEPs (+2 -0 ~0); 2 warning(s), "
             "the first: MEP 1 of MA ma0 of MD east: no interface with logical id 4");

@@ -57,36 +57,40 @@ TEST(HierarchyCodec, EncodingReplacesTheNodesAndKeepsTheNumber) {
   EncodeHierarchy(test::RegularHierarchy("west", 1, 1), message);
   EXPECT_EQ(message.number(), 7U);
   ASSERT_EQ(message.mds_size(), 1);
-  EXPECT_EQ(message.mds(0).name(), "west");
+  EXPECT_EQ(cfm::DecodeMd(message.mds(0)).first, "west");
+}
+
+void AddMd(const std::string& name, cfm::manager::Configuration& message) {
+  cfm::manager::Md md;
+  md.set_name(name);
+  md.SerializeToString(message.add_mds());
 }
 
 TEST(HierarchyCodec, NodesAreAcceptedInAnyOrder) {
   cfm::manager::Configuration message;
-  message.add_mds()->set_name("b");
-  message.add_mds()->set_name("a");
+  AddMd("b", message);
+  AddMd("a", message);
   EXPECT_EQ(DecodeHierarchy(message).size(), 2U);
 }
 
-// A message that is well but for what `spoil` does to it, and what the error
-// then has to say.
+// An MD that is well but for what `spoil` does to it, and what the error then
+// has to say.
 struct Rejection {
   const char* name;
-  std::function<void(cfm::manager::Configuration&)> spoil;
+  std::function<void(cfm::manager::Md&)> spoil;
   const char* message;
 };
 
-cfm::manager::Ma& FirstMa(cfm::manager::Configuration& configuration) {
-  return *configuration.mutable_mds(0)->mutable_mas(0);
+cfm::manager::Ma& FirstMa(cfm::manager::Md& md) {
+  return *md.mutable_mas(0);
 }
 
-cfm::manager::Mep& FirstMep(cfm::manager::Configuration& configuration) {
-  return *FirstMa(configuration).mutable_meps(0);
+cfm::manager::Mep& FirstMep(cfm::manager::Md& md) {
+  return *FirstMa(md).mutable_meps(0);
 }
 
 const Rejection kRejections[] = {
-    {"MdTwice", [](auto& m) { m.add_mds()->set_name("east"); }, "MD east is there twice"},
-    {"MaTwice", [](auto& m) { m.mutable_mds(0)->add_mas()->set_name("ma0"); },
-     "MA ma0 of MD east is there twice"},
+    {"MaTwice", [](auto& m) { m.add_mas()->set_name("ma0"); }, "MA ma0 of MD east is there twice"},
     {"MepTwice", [](auto& m) { FirstMa(m).add_meps()->set_mep_id(1); },
      "MEP 1 of MA ma0 of MD east is there twice"},
     {"MepIdInTheSetTwice", [](auto& m) { FirstMa(m).add_mep_ids(1); },
@@ -133,13 +137,30 @@ class HierarchyCodecRejects : public testing::TestWithParam<Rejection> {};
 TEST_P(HierarchyCodecRejects, WithTheNodeAndTheValueInTheMessage) {
   cfm::manager::Configuration message;
   EncodeHierarchy(test::RegularHierarchy("east", 1, 2), message);
-  GetParam().spoil(message);
+  cfm::manager::Md md;
+  ASSERT_TRUE(md.ParseFromString(message.mds(0)));
+  GetParam().spoil(md);
+  md.SerializeToString(message.mutable_mds(0));
   try {
     DecodeHierarchy(message);
     FAIL() << "accepted";
   } catch (const ipc::ProtocolError& error) {
     EXPECT_THAT(error.what(), HasSubstr(GetParam().message));
   }
+}
+
+TEST(HierarchyCodec, RejectsAnMdThatIsThereTwice) {
+  cfm::manager::Configuration message;
+  AddMd("east", message);
+  AddMd("east", message);
+  EXPECT_THAT([&] { DecodeHierarchy(message); },
+              testing::ThrowsMessage<ipc::ProtocolError>(HasSubstr("MD east is there twice")));
+}
+
+TEST(HierarchyCodec, RejectsBytesThatAreNoMd) {
+  cfm::manager::Configuration message;
+  message.add_mds("\xff\xff\xff");
+  EXPECT_THROW(DecodeHierarchy(message), ipc::ProtocolError);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, HierarchyCodecRejects, testing::ValuesIn(kRejections),

@@ -16,24 +16,65 @@ Engine::Engine(std::string sender_id) {
   };
 }
 
-std::vector<std::string> Engine::Apply(const Hierarchy& hierarchy, const Moment& now) {
+std::vector<std::string> Engine::Apply(const Hierarchy& hierarchy,
+                                       const std::set<std::string>& touched, const Moment& now) {
   RunDue(now);
-  std::vector<std::string> warnings;
-  MepPlan plan = PlanMeps(hierarchy, warnings);
-  directory_.Clear();
+  MepPlan plan;
+  for (const std::string& name : touched) {
+    std::vector<std::string> warnings;
+    if (const auto md = hierarchy.find(name); md != hierarchy.end()) {
+      PlanMeps(name, md->second, plan, warnings);
+    }
+    warnings_.insert_or_assign(name, std::move(warnings));
+  }
+  const bool keeps_the_way = std::ranges::all_of(
+      touched, [&](const std::string& name) { return KeepsTheWay(name, plan); });
+  if (!keeps_the_way) {
+    directory_.Clear();
+  }
   const std::size_t since = around_.effects.size();
-  RemoveGone(plan);
+  for (const std::string& name : touched) {
+    RemoveGone(name, plan);
+  }
   ReportOtherViews(since);
   Adopt(std::move(plan));
-  for (const auto& [name, mep] : meps_) {
-    directory_.Add(*mep);
+  if (!keeps_the_way) {
+    for (const auto& [name, mep] : meps_) {
+      directory_.Add(*mep);
+    }
   }
   RunDue(now);
-  return warnings;
+  return Warnings();
 }
 
-void Engine::RemoveGone(const MepPlan& plan) {
-  for (auto next = meps_.begin(); next != meps_.end();) {
+std::vector<std::string> Engine::Warnings() const {
+  std::vector<std::string> all;
+  for (const auto& [md, warnings] : warnings_) {
+    all.insert(all.end(), warnings.begin(), warnings.end());
+  }
+  return all;
+}
+
+bool Engine::KeepsTheWay(const std::string& md, const MepPlan& plan) {
+  auto mep = FirstOf(md);
+  auto planned = plan.lower_bound({md, "", 0});
+  const auto is_in = [&md](const auto& all, const auto& each) {
+    return each != all.end() && each->first.md == md;
+  };
+  while (is_in(meps_, mep) && is_in(plan, planned)) {
+    const MepSettings& settings = mep->second->Settings();
+    if (mep->first != planned->first || settings.usable != planned->second.usable ||
+        settings.line != planned->second.line) {
+      return false;
+    }
+    ++mep;
+    ++planned;
+  }
+  return !is_in(meps_, mep) && !is_in(plan, planned);
+}
+
+void Engine::RemoveGone(const std::string& md, const MepPlan& plan) {
+  for (auto next = FirstOf(md); next != meps_.end() && next->first.md == md;) {
     const auto mep = next++;
     if (const auto planned = plan.find(mep->first); planned != plan.end()) {
       mep->second->RemoveRemotesBut(planned->second.members->remote);

@@ -12,7 +12,9 @@
 // other ports, and an up MEP's frame leaves through every other port. Frames in
 // transit between two ports are the element's own business.
 //
-// Costs: O(log n) for a frame or a deadline, O(n) for a configuration.
+// Costs: O(log n) for a frame or a deadline. A configuration costs what its
+// touched MDs hold, and a pass over all MEPs when one of them comes, goes, or
+// says or hears something else.
 #ifndef CFM_ENGINE_ENGINE_H
 #define CFM_ENGINE_ENGINE_H
 
@@ -20,6 +22,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -55,13 +58,15 @@ class Engine {
   Engine(const Engine&) = delete;
   Engine& operator=(const Engine&) = delete;
 
-  // Replaces the whole configuration. A MEP keeps its counters as long as it
+  // Replaces the configuration. `touched` names the MDs that came, went, or are
+  // not as they were, and may name others. A MEP keeps its counters as long as it
   // is there, and its state and timers as long as nothing changes that it says
   // or hears by; a change of its fault times, lowest defect or fault action
   // takes effect at once, that of a remote MEP touches only that one. Removals
-  // are reported before anything else. Returns a line for each MEP that stays
-  // idle because its configuration makes no sense.
-  std::vector<std::string> Apply(const Hierarchy& hierarchy, const Moment& now);
+  // are reported before anything else. Returns a line for each MEP, of whatever
+  // MD, that stays idle because its configuration makes no sense.
+  std::vector<std::string> Apply(const Hierarchy& hierarchy, const std::set<std::string>& touched,
+                                 const Moment& now);
 
   // A port that appears or changes, and one that is gone. MEPs of a port that
   // does not exist are idle.
@@ -88,8 +93,14 @@ class Engine {
   void ClearStatistics(std::string_view md, std::string_view ma, std::uint16_t mep);
 
  private:
+  using Meps = std::map<MepName, std::unique_ptr<Mep>>;
+
   void RunDue(const Moment& now);
-  void RemoveGone(const MepPlan& plan);
+  Meps::iterator FirstOf(const std::string& md) { return meps_.lower_bound({md, "", 0}); }
+  // Whether frames meet the MEPs of an MD as before.
+  bool KeepsTheWay(const std::string& md, const MepPlan& plan);
+  std::vector<std::string> Warnings() const;
+  void RemoveGone(const std::string& md, const MepPlan& plan);
   // A reader of the effects may file remote MEPs by MD, MA and id alone. One
   // that was removed since then but that another MEP still sees is shown again.
   void ReportOtherViews(std::size_t since);
@@ -98,7 +109,8 @@ class Engine {
   void OfferToRelay(PortId from, const CfmFrame& frame);
 
   Surroundings around_;
-  std::map<MepName, std::unique_ptr<Mep>> meps_;
+  Meps meps_;
+  std::map<std::string, std::vector<std::string>> warnings_;  // by MD
   MepDirectory directory_;
 };
 

@@ -103,14 +103,11 @@ void PlanMa(const Place& place, MepPlan& plan, std::vector<std::string>& warning
 
 }  // namespace
 
-MepPlan PlanMeps(const Hierarchy& hierarchy, std::vector<std::string>& warnings) {
-  MepPlan plan;
-  for (const auto& [md_name, md] : hierarchy) {
-    for (const auto& [ma_name, ma] : md.mas) {
-      PlanMa({md_name, md, ma_name, ma}, plan, warnings);
-    }
+void PlanMeps(const std::string& name, const hierarchy_md& md, MepPlan& plan,
+              std::vector<std::string>& warnings) {
+  for (const auto& [ma_name, ma] : md.mas) {
+    PlanMa({name, md, ma_name, ma}, plan, warnings);
   }
-  return plan;
 }
 
 }  // namespace cfm::engine

@@ -53,9 +53,10 @@ struct MepSettings {
 
 using MepPlan = std::map<MepName, MepSettings>;
 
-// Appends a line for each MEP that is not usable, such as `MEP 5 of MA blue of
-// MD east stays idle: level 9 is not 0 to 7`.
-MepPlan PlanMeps(const Hierarchy& hierarchy, std::vector<std::string>& warnings);
+// Adds the MEPs of an MD. Appends a line for each that is not usable, such as
+// `MEP 5 of MA blue of MD east stays idle: level 9 is not 0 to 7`.
+void PlanMeps(const std::string& name, const hierarchy_md& md, MepPlan& plan,
+              std::vector<std::string>& warnings);
 
 }  // namespace cfm::engine
 

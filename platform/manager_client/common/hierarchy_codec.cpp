@@ -168,7 +168,7 @@ void DecodeMa(const manager::Ma& in, const Node& node, hierarchy_ma& ma) {
   }
 }
 
-void DecodeMd(const manager::Md& in, hierarchy_md& md) {
+void DecodeInto(const manager::Md& in, hierarchy_md& md) {
   md.name_format = in.name_format();
   md.level = in.level();
   md.fixed_word_1 = in.fixed_word_1();
@@ -185,16 +185,27 @@ void EncodeHierarchy(const Hierarchy& hierarchy, manager::Configuration& message
   message.clear_mds();
   message.mutable_mds()->Reserve(static_cast<int>(hierarchy.size()));
   for (const auto& [name, md] : hierarchy) {
-    EncodeMd(name, md, *message.add_mds());
+    manager::Md encoded;
+    EncodeMd(name, md, encoded);
+    encoded.SerializeToString(message.add_mds());
   }
 }
 
 Hierarchy DecodeHierarchy(const manager::Configuration& message) {
   Hierarchy hierarchy;
-  for (const manager::Md& md : message.mds()) {
-    DecodeMd(md, AddNode(hierarchy, md.name(), Node{md.name()}));
+  for (const std::string& bytes : message.mds()) {
+    auto [name, md] = DecodeMd(bytes);
+    AddNode(hierarchy, name, Node{name}) = std::move(md);
   }
   return hierarchy;
+}
+
+std::pair<std::string, hierarchy_md> DecodeMd(const std::string& bytes) {
+  manager::Md in;
+  ipc::ParsePayload(bytes, in);
+  std::pair<std::string, hierarchy_md> result(in.name(), {});
+  DecodeInto(in, result.second);
+  return result;
 }
 
 }  // namespace cfm

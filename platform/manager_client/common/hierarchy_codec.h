@@ -3,6 +3,9 @@
 #ifndef CFM_HIERARCHY_CODEC_H
 #define CFM_HIERARCHY_CODEC_H
 
+#include <string>
+#include <utility>
+
 #include "cfm/hierarchy.h"
 
 namespace cfm {
@@ -20,6 +23,9 @@ void EncodeHierarchy(const Hierarchy& hierarchy, manager::Configuration& message
 // for a number that its field cannot hold, a value that is no enumerator, and
 // a name or id that occurs twice.
 Hierarchy DecodeHierarchy(const manager::Configuration& message);
+
+// One of the message's MDs and its name. Throws the same.
+std::pair<std::string, hierarchy_md> DecodeMd(const std::string& bytes);
 
 }  // namespace cfm
 
