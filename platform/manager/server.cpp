@@ -131,12 +131,28 @@ void Server::Work(Session& session, const manager::FromClient& message) {
 
 void Server::Apply(Session& session, const manager::Configuration& configuration) {
   const Replacement replacement = held_.Replace(configuration);
-  held_.AddWarnings(check_.Apply(held_.Get(), replacement.mds));
+  const engine::Effects reports = ApplyHeld(replacement.mds);
   log_.Info(fmt::format("{} of {}", AppliedText(held_, replacement.changes), session.Text()));
   feed_->SendApplied(held_.Number(), held_.Warnings());
   ShowTo(Observers());
   if (feed_->Begin()) {
     check_.ReportAll();
+    return;
+  }
+  for (const engine::Effect& report : reports) {
+    feed_->Take(report);
+  }
+}
+
+// What that causes is returned, to be told after the answer.
+engine::Effects Server::ApplyHeld(const std::set<std::string>& touched) {
+  try {
+    withheld_.emplace();
+    held_.AddWarnings(check_.Apply(held_.Get(), touched));
+    return std::exchange(withheld_, std::nullopt).value();
+  } catch (...) {
+    withheld_.reset();
+    throw;
   }
 }
 
@@ -156,7 +172,9 @@ void Server::Clear(const manager::ClearStatistics& request) {
 }
 
 void Server::Report(const engine::Effect& effect) {
-  if (feed_) {
+  if (withheld_) {
+    withheld_->push_back(effect);
+  } else if (feed_) {
     feed_->Take(effect);
     PaceConfigurer();
   }

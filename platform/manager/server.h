@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ class Server {
   // Messages of the one that configures.
   void Work(Session& session, const manager::FromClient& message);
   void Apply(Session& session, const manager::Configuration& configuration);
+  engine::Effects ApplyHeld(const std::set<std::string>& touched);
   void Resend(std::uint64_t number);
   void Clear(const manager::ClearStatistics& request);
   void Report(const engine::Effect& effect);
@@ -61,6 +63,8 @@ class Server {
   std::map<const Session*, std::unique_ptr<Session>> sessions_;
   Session* configurer_ = nullptr;   // in sessions_; null: nobody configures
   std::optional<StatusFeed> feed_;  // of the configurer
+  // What a configuration causes while it is applied.
+  std::optional<engine::Effects> withheld_;
   ipc::Listener listener_;
 };
 

@@ -78,7 +78,7 @@ TEST_F(DeferredWritesTest, ThatFailEndTheConnection) {
   Create(1);
   Defer({SetOf(EntryPath("local", 1, "tx-rdi"), NumberOf(C_ENUM_VALUE, 9))});
   EXPECT_TRUE(client_.IsClosed());
-  EXPECT_THAT(agent_.Log(), HasSubstr("a deferred write that fails"));
+  EXPECT_TRUE(agent_.AwaitLog("a deferred write that fails"));
 }
 
 TEST_F(DeferredWritesTest, OfAnythingButALeafEndTheConnection) {

@@ -32,6 +32,7 @@ class RunningAgent {
   std::filesystem::path Socket() const { return directory_.Path() / "run/agentd.sock"; }
   std::filesystem::path Database() const { return directory_.Path() / "state/running.db"; }
   std::string Log() const { return process_->Log(); }
+  bool AwaitLog(const std::string& text) { return process_->AwaitLog(text); }
 
  private:
   ::test::TemporaryDirectory directory_;

@@ -135,7 +135,8 @@ void DeferredWrites::Send(Link& link) {
   if (!request.deferred_writes().wants_reply()) {
     return link.Send(request);
   }
-  for (const std::uint64_t id : link.Transact(request).withdrawn()) {
+  const cfm::agent::Reply reply = link.Transact(request);
+  for (const std::uint64_t id : reply.withdrawn()) {
     WithdrawRequest(id);
   }
 }
