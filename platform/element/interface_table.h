@@ -4,7 +4,7 @@
 //
 // One interface a line: `name limid kind [argument]`, separated by blanks. A
 // field that begins with # begins a comment. Kinds:
-//   wire   virtual wire; argument: path of the wire's socket
+//   wire   virtual wire; argument: path of the wire's socket, from the root
 //   linux  Linux interface; argument: the device, by default the name
 #ifndef INTERFACE_TABLE_H
 #define INTERFACE_TABLE_H

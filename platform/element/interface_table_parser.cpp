@@ -73,6 +73,11 @@ std::string WireArgument(std::string_view /*name*/, std::optional<std::string_vi
   if (!argument) {
     Reject("a wire needs the path of its socket after the kind");
   }
+  // Two elements with different working directories would miss each other.
+  if (!argument->starts_with('/')) {
+    Reject("path " + Quoted(*argument) + " of a wire is relative; write it from the root, as in " +
+           "/run/cfm/wire");
+  }
   return std::string(*argument);
 }
 

@@ -65,6 +65,9 @@ TEST(InterfaceTable, SaysWhatIsWrongAndWhere) {
   EXPECT_EQ(Problem("a 1 tunnel"), "interfaces:1: kind 'tunnel' is unknown; it is wire or linux");
   EXPECT_EQ(Problem("a 1 wire"),
             "interfaces:1: a wire needs the path of its socket after the kind");
+  EXPECT_EQ(Problem("a 1 wire ../a"),
+            "interfaces:1: path '../a' of a wire is relative; write it from the root, as in "
+            "/run/cfm/wire");
   EXPECT_EQ(Problem("a 1 wire /a\nb 2 wire /b\na 3 wire /c"),
             "interfaces:3: name 'a' stands in line 1 already");
   EXPECT_EQ(Problem("a 1 wire /a\nb 1 wire /b"),
