@@ -5,9 +5,8 @@
 namespace agentd {
 
 Agent::Agent(sd_event* loop, const Options& options)
-    : runtime_lock_(options.runtime_dir, "agentd"),
-      state_lock_(options.state_dir, "agentd"),
-      model_(options.yang_dir),
+    : model_(options.yang_dir),
+      locks_of_directories_(options.runtime_dir, options.state_dir),
       store_(options.state_dir / "running.db"),
       datastore_(model_, store_),
       candidate_(model_, datastore_),

@@ -9,7 +9,7 @@
 #include "candidate.h"
 #include "commit_queue.h"
 #include "datastore.h"
-#include "instance_lock.h"
+#include "directory_locks.h"
 #include "lock_table.h"
 #include "model.h"
 #include "operational_store.h"
@@ -36,9 +36,8 @@ class Agent {
  private:
   cfm::agent::Status ReadStatus() const;
 
-  ipc::InstanceLock runtime_lock_;
-  ipc::InstanceLock state_lock_;
   Model model_;
+  DirectoryLocks locks_of_directories_;
   Store store_;
   Datastore datastore_;
   Candidate candidate_;

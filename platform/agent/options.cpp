@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <cstdlib>
 
 #include "paths.h"
@@ -15,6 +16,8 @@ constexpr const char* kExamples =
     "\n"
     "The environment variables CFM_RUNTIME_DIR, CFM_STATE_DIR and CFM_YANG_DIR stand in for\n"
     "options that are not given.";
+
+constexpr int kUsageError = 2;
 
 std::filesystem::path DefaultYangDirectory() {
   const char* value = std::getenv("CFM_YANG_DIR");
@@ -63,8 +66,12 @@ ParsedOptions ParseOptions(int argc, char** argv) {
           ->check(CLI::Range(1, 65535));
   try {
     app.parse(argc, argv);
+  } catch (const CLI::Success& answered) {
+    parsed.exit_status = app.exit(answered);
+    return parsed;
   } catch (const CLI::ParseError& error) {
-    parsed.exit_status = app.exit(error);
+    std::fprintf(stderr, "agentd: %s; see agentd --help\n", error.what());
+    parsed.exit_status = kUsageError;
     return parsed;
   }
   options.subscriber_timeout = Microseconds(timeout);

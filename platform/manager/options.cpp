@@ -1,11 +1,14 @@
 #include "options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 
 #include "paths.h"
 
 namespace cfm {
 namespace {
+
+constexpr int kUsageError = 2;
 
 constexpr const char* kDescription =
     "CFM manager: takes the IEEE 802.1Q connectivity fault management configuration of the "
@@ -22,7 +25,7 @@ constexpr const char* kExamples = R"(Examples:
 Ports: one for each line of the interface table. A line `eth0 1 linux` is the
 Linux interface eth0, which needs the capability CAP_NET_RAW. A line
 `w0 2 wire /tmp/w` is a virtual wire: two elements of this machine whose tables
-name the same path are connected by it. A file of the wire's name with .cut at
+name the same path, which begins at the root, are connected by it. A file of the wire's name with .cut at
 its end (touch /tmp/w.cut) cuts the wire until it is removed.
 
 Environment: CFM_RUNTIME_DIR and CFM_INTERFACES stand for the options that are
@@ -42,8 +45,11 @@ CommandLine ReadCommandLine(int argc, char** argv) {
   app.footer(kExamples);
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& outcome) {
-    return {.options = std::nullopt, .exit_status = app.exit(outcome)};
+  } catch (const CLI::Success& answered) {
+    return {.options = std::nullopt, .exit_status = app.exit(answered)};
+  } catch (const CLI::ParseError& error) {
+    std::fprintf(stderr, "cfm-managerd: %s; see cfm-managerd --help\n", error.what());
+    return {.options = std::nullopt, .exit_status = kUsageError};
   }
   return {.options = options, .exit_status = 0};
 }

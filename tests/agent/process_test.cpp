@@ -247,6 +247,20 @@ TEST(Process, SubscriptionsToWhatIsNotConfigurationAreRefused) {
   EXPECT_EQ(code({"config"}, 1), CONFD_ERR_BADPATH);
 }
 
+TEST(Process, ADirectoryThatIsTakenLeavesNoNewOneBehind) {
+  RunningAgent agent;
+  const std::filesystem::path state = agent.Database().parent_path();
+  const std::filesystem::path runtime = agent.Socket().parent_path();
+  const std::filesystem::path fresh = runtime.parent_path() / "fresh";
+  for (const auto& [one, other] : {std::pair(fresh, state), std::pair(runtime, fresh)}) {
+    const auto outcome = ::test::Run(
+        {TEST_AGENTD, "--runtime-dir", one, "--state-dir", other, "--yang-dir", TEST_YANG_DIR});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.error, HasSubstr("already runs"));
+    EXPECT_FALSE(std::filesystem::exists(fresh));
+  }
+}
+
 // A port that is free now.
 std::uint16_t FreePort() {
   const ipc::UniqueFd fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -272,7 +286,10 @@ TEST(Process, TheLoopbackPortServesTheConfdApiAndNoFrontEnds) {
 }
 
 TEST(Process, AMistakeOnTheCommandLineIsExplained) {
-  EXPECT_NE(::test::Run({TEST_AGENTD, "--colour"}).status, 0);
+  const auto mistake = ::test::Run({TEST_AGENTD, "--colour"});
+  EXPECT_EQ(mistake.status, 2);
+  EXPECT_THAT(mistake.error, ::testing::MatchesRegex("agentd: .*--colour.*; see agentd --help\n"));
+  EXPECT_EQ(mistake.output, "");
   EXPECT_EQ(::test::Run({TEST_AGENTD, "--version"}).output.rfind("agentd ", 0), 0U);
   EXPECT_THAT(::test::Run({TEST_AGENTD, "--help"}).output, HasSubstr("Examples"));
 }

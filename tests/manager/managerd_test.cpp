@@ -351,8 +351,8 @@ TEST(ManagerdCommandLine, ExplainsItself) {
 
 TEST(ManagerdCommandLine, RefusesWhatItDoesNotKnow) {
   const test::CommandResult result = test::Run({CFM_MANAGERD, "--nonsense"});
-  EXPECT_NE(result.status, 0);
-  EXPECT_THAT(result.error, HasSubstr("--nonsense"));
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.error, testing::MatchesRegex("cfm-managerd: .*--nonsense.*\n"));
 }
 
 TEST(ManagerdCommandLine, SaysWhyItCannotStart) {
