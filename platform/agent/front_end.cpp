@@ -4,6 +4,7 @@
 #include "edit.h"
 #include "frame.h"
 #include "invocation.h"
+#include "log.h"
 #include "operational_read.h"
 #include "operational_watch.h"
 #include "render.h"
@@ -75,7 +76,9 @@ void FrontEnd::Get(const cfm::agent::Get& request) {
       request.datastore() == cfm::agent::DATASTORE_CANDIDATE && services_.candidate.IsOpen();
   const Tree candidate = from_candidate ? services_.candidate.Complete() : Tree();
   const lyd_node* top = from_candidate ? candidate.get() : running->Top();
-  if (request.datastore() == cfm::agent::DATASTORE_UNSPECIFIED) {
+  if (!request.leaves().empty() || !request.filters().empty()) {
+    AddProblems({{.message = "get: leaves and filters are for the operational datastore"}}, reply);
+  } else if (request.datastore() == cfm::agent::DATASTORE_UNSPECIFIED) {
     AddProblems({{.message = "get: say which datastore: running, candidate or operational"}},
                 reply);
   } else {
@@ -129,14 +132,22 @@ void FrontEnd::WatchOperational(const cfm::agent::WatchOperational& request) {
 
 void FrontEnd::TellChanges(const OperationalWatch::Changes& changes) {
   if (peer_.QueuedBytes() > kMaxWatchBacklog) {
-    return peer_.Drop("the watcher does not read: " + std::to_string(peer_.QueuedBytes()) +
-                      " bytes are waiting");
+    return EndWatch();
   }
   try {
     SendReply(peer_, ReplyOf(changes));
   } catch (const ipc::ProtocolError& error) {
     peer_.Drop(std::string("the changes fit no message: ") + error.what());
   }
+}
+
+// It learns of it when it comes to the end of what is queued.
+void FrontEnd::EndWatch() {
+  const std::string backlog = std::to_string(peer_.QueuedBytes()) + " bytes are waiting";
+  AGENT_LOG_WARNING("the watch of %s ends: it does not keep up: %s", peer_.Describe().c_str(),
+                    backlog.c_str());
+  services_.watch.Unwatch(this);
+  SendProblems(peer_, {{.message = "the watch did not keep up with the changes: " + backlog}});
 }
 
 void FrontEnd::Edit(const cfm::agent::Edit& request) {

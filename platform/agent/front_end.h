@@ -21,6 +21,7 @@ class FrontEnd : public Role {
   void Invoke(const cfm::agent::Invoke& request);
   void WatchOperational(const cfm::agent::WatchOperational& request);
   void TellChanges(const std::vector<cfm::agent::OperationalChange>& changes);
+  void EndWatch();
   void FinishTask(cfm::agent::Reply reply);
   void Edit(const cfm::agent::Edit& request);
   void ValidateCandidate();

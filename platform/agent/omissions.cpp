@@ -1,33 +1,31 @@
 #include "omissions.h"
 
+#include <algorithm>
+
 #include "utf8.h"
 
 namespace agentd {
-namespace {
 
-// Paths that a warning names; of thousands nobody reads more.
-constexpr std::size_t kNamed = 8;
+std::string CountOf(std::size_t entries) {
+  return std::to_string(entries) + (entries == 1 ? " entry" : " entries");
+}
 
-}  // namespace
-
-void Omissions::Add(const std::string& cause, const std::string& path) {
-  Paths& paths = causes_[cause];
-  if (++paths.count <= kNamed) {
-    paths.first.push_back(path);
+void Omissions::Add(const std::string& cause, const std::string& leaf, std::size_t entry) {
+  LeftOut& left_out = causes_[cause];
+  if (std::find(left_out.leaves.begin(), left_out.leaves.end(), leaf) == left_out.leaves.end()) {
+    left_out.leaves.push_back(leaf);
   }
+  left_out.entries.insert(entry);
 }
 
 std::vector<std::string> Omissions::Warnings() const {
   std::vector<std::string> warnings;
-  for (const auto& [cause, paths] : causes_) {
+  for (const auto& [cause, left_out] : causes_) {
     std::string text = cause + ": left out ";
-    for (std::size_t i = 0; i < paths.first.size(); ++i) {
-      text += (i > 0 ? ", " : "") + paths.first[i];
+    for (const std::string& leaf : left_out.leaves) {
+      text += (leaf == left_out.leaves.front() ? "" : ", ") + leaf;
     }
-    if (paths.count > paths.first.size()) {
-      text += " and " + std::to_string(paths.count - paths.first.size()) + " more";
-    }
-    warnings.push_back(WellFormed(text));
+    warnings.push_back(WellFormed(text + " of " + CountOf(left_out.entries.size())));
   }
   return warnings;
 }

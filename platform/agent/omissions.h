@@ -1,26 +1,33 @@
-// What a read left out, and why, as warnings: one a cause, however many leaves.
+// What a read left out, and why, as warnings: one a cause, however many leaves
+// and entries.
 #ifndef AGENT_OMISSIONS_H
 #define AGENT_OMISSIONS_H
 
+#include <cstddef>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace agentd {
 
+// "1 entry", "2 entries"
+std::string CountOf(std::size_t entries);
+
 class Omissions {
  public:
-  void Add(const std::string& cause, const std::string& path);
-  // "cause: left out /a/b, /a/c and 7 more"
+  // `entry` is a number that stands for one entry.
+  void Add(const std::string& cause, const std::string& leaf, std::size_t entry);
+  // "cause: left out level, direction of 5 entries"
   std::vector<std::string> Warnings() const;
   void Clear() { causes_.clear(); }
 
  private:
-  struct Paths {
-    std::vector<std::string> first;
-    std::size_t count = 0;
+  struct LeftOut {
+    std::vector<std::string> leaves;  // each once, in the order of their coming
+    std::set<std::size_t> entries;
   };
-  std::map<std::string, Paths> causes_;
+  std::map<std::string, LeftOut> causes_;
 };
 
 }  // namespace agentd

@@ -36,7 +36,7 @@ OperationalRead::~OperationalRead() {
 }
 
 void OperationalRead::Start() {
-  if (const Problems problems = CheckPath(request_); !problems.empty()) {
+  if (const Problems problems = CheckRequest(); !problems.empty()) {
     return Refuse(problems);
   }
   Begin();
@@ -47,11 +47,20 @@ void OperationalRead::Start() {
   Proceed();
 }
 
-Problems OperationalRead::CheckPath(const cfm::agent::Get& request) {
-  if (request.path().empty()) {
+Problems OperationalRead::CheckRequest() {
+  auto scope = ReadScope::Of(services_.model, services_.provider_model, request_);
+  if (!scope) {
+    return scope.Why();
+  }
+  scope_ = std::move(*scope);
+  return CheckPath();
+}
+
+Problems OperationalRead::CheckPath() {
+  if (request_.path().empty()) {
     return {};
   }
-  auto parsed = ParsePath(services_.model, request.path());
+  auto parsed = ParsePath(services_.model, request_.path());
   if (!parsed) {
     return parsed.Why();
   }
@@ -72,7 +81,7 @@ bool OperationalRead::NamesOneEntry() const {
 void OperationalRead::Begin() {
   state_ = services_.datastore.Running();
   thandle_ = services_.providers.NewTransaction();
-  plan_.emplace(services_.operational.Top(), services_.provider_model, path_);
+  plan_.emplace(services_.operational.Top(), services_.provider_model, path_, scope_);
 }
 
 void OperationalRead::GiveUp() {
@@ -153,7 +162,7 @@ bool OperationalRead::Skip(const Question& question) {
 }
 
 void OperationalRead::Omit(const Question& question, const std::string& cause) {
-  omissions_.Add(cause, plan_->PathOf(question));
+  omissions_.Add(cause, question.leaf->schema->name, question.target);
 }
 
 std::optional<OperationalRead::Question> OperationalRead::NextHeld() {
@@ -384,11 +393,11 @@ void OperationalRead::Refuse(const Problems& problems) {
 }
 
 void OperationalRead::Fill(cfm::agent::Reply& reply) const {
-  Omissions gone;
-  OperationalTree tree(path_);
+  std::size_t gone = 0;
+  OperationalTree tree(path_, scope_);
   for (const ReadPlan::Target& target : plan_->Targets()) {
     if (target.entry->gone) {
-      gone.Add("the entry is gone", TextOf(target.entry->path));
+      ++gone;
     } else {
       tree.Add(*target.entry, target.values);
     }
@@ -403,10 +412,11 @@ void OperationalRead::Fill(cfm::agent::Reply& reply) const {
     return;
   }
   AddProblems(Render(services_.model, tree.Top(), request_, reply), reply);
-  for (const Omissions& each : {gone, omissions_}) {
-    for (const std::string& warning : each.Warnings()) {
-      reply.add_warnings(warning);
-    }
+  if (gone > 0) {
+    reply.add_warnings(CountOf(gone) + " went away during the read");
+  }
+  for (const std::string& warning : omissions_.Warnings()) {
+    reply.add_warnings(warning);
   }
   if (is_mixed_) {
     reply.add_warnings("commits came during the read: its parts show different commits");

@@ -92,7 +92,8 @@ class OperationalRead final : public Asker {
   void EndTraversal();
   void Omit(const Question& question, const std::string& cause);
 
-  Problems CheckPath(const cfm::agent::Get& request);
+  Problems CheckRequest();
+  Problems CheckPath();
   bool NamesOneEntry() const;
   void Finish();
   void Fill(cfm::agent::Reply& reply) const;
@@ -102,6 +103,7 @@ class OperationalRead final : public Asker {
   cfm::agent::Get request_;
   Done done_;
   InstancePath path_;
+  ReadScope scope_;
 
   SnapshotPtr state_;
   int restarts_ = 0;

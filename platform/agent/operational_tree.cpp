@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "nodes.h"
+#include "read_scope.h"
 
 namespace agentd {
 namespace {
@@ -46,7 +47,7 @@ void Fill(const OperationalNode& node, const lysc_node& schema, Node& out) {
 
 }  // namespace
 
-OperationalTree::OperationalTree(const InstancePath& path) {
+OperationalTree::OperationalTree(const InstancePath& path, const ReadScope& scope) : scope_(scope) {
   const auto end = std::find_if(path.begin(), path.end(), [](const PathStep& step) {
     return step.schema->nodetype != LYS_CONTAINER;
   });
@@ -69,7 +70,9 @@ lyd_node* OperationalTree::ParentOf(const OperationalEntry& entry) {
 
 void OperationalTree::AddWritten(const OperationalNode& written, lyd_node* node) {
   for (const auto& [schema, text] : written.leaves) {
-    Make(tree_, node, {schema, {}, {}, false}, text.c_str());
+    if (scope_.Wants(*schema)) {
+      Make(tree_, node, {schema, {}, {}, false}, text.c_str());
+    }
   }
   for (const auto& [schema, inner] : written.containers) {
     AddWritten(*inner, Make(tree_, node, {schema, {}, {}, false}, ""));

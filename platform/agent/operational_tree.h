@@ -9,13 +9,16 @@
 
 namespace agentd {
 
+class ReadScope;
+
 // Canonical texts of leaves and of elements of leaf-lists, in their order.
 using ComputedValues = std::vector<std::pair<const lysc_node*, std::string>>;
 
 class OperationalTree {
  public:
   // The containers that the path begins with are there, whatever is added.
-  explicit OperationalTree(const InstancePath& path);
+  // Written leaves are those that the scope wants; it has to live as long.
+  OperationalTree(const InstancePath& path, const ReadScope& scope);
 
   // The entry with what is written in it now and what was computed for it.
   void Add(const OperationalEntry& entry, const ComputedValues& computed);
@@ -25,6 +28,7 @@ class OperationalTree {
   lyd_node* ParentOf(const OperationalEntry& entry);
   void AddWritten(const OperationalNode& written, lyd_node* node);
 
+  const ReadScope& scope_;
   Tree tree_;
   InstancePath parent_path_;  // of the entry added last
   lyd_node* parent_ = nullptr;

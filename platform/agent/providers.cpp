@@ -21,10 +21,10 @@ std::string DescribeLost(const ProviderStatus& lost) {
 }
 
 // Why none of the lost and living providers answers for a point. `living` is
-// the one that has it, if any.
-std::string Absence(const std::string& kind, const std::string& name, const Provider* living,
+// the one that has it, if any; `never` is for a point that nobody ever had.
+std::string Absence(const std::string& name, const Provider* living,
                     const std::vector<ProviderStatus>& lost,
-                    const Names& (*points)(const ProviderStatus&)) {
+                    const Names& (*points)(const ProviderStatus&), const std::string& never) {
   if (living != nullptr) {
     return living->Describe() + (living->IsAlive() ? " has no worker connection" : " is gone");
   }
@@ -33,7 +33,7 @@ std::string Absence(const std::string& kind, const std::string& name, const Prov
       return DescribeLost(each);
     }
   }
-  return "no data provider has registered the " + kind + " '" + name + "'";
+  return never;
 }
 
 const Names& Callpoints(const ProviderStatus& status) {
@@ -186,14 +186,14 @@ Provider* Providers::Find(const Points& points, const std::string& name) const {
 
 std::string Providers::AbsenceOfCallpoint(const std::string& name) const {
   const auto found = callpoints_.find(name);
-  return Absence("callpoint", name, found != callpoints_.end() ? found->second : nullptr, lost_,
-                 Callpoints);
+  return Absence(name, found != callpoints_.end() ? found->second : nullptr, lost_, Callpoints,
+                 "no data provider has registered for them");
 }
 
 std::string Providers::AbsenceOfActionpoint(const std::string& name) const {
   const auto found = actionpoints_.find(name);
-  return Absence("action point", name, found != actionpoints_.end() ? found->second : nullptr,
-                 lost_, Actionpoints);
+  return Absence(name, found != actionpoints_.end() ? found->second : nullptr, lost_, Actionpoints,
+                 "no data provider has registered the action point '" + name + "'");
 }
 
 Provider* Providers::WithNumber(std::uint64_t number) {

@@ -30,6 +30,7 @@ class Providers {
   // Null when nobody answers; `Absence` says why.
   Provider* ForCallpoint(const std::string& name) { return Find(callpoints_, name); }
   Provider* ForActionpoint(const std::string& name) { return Find(actionpoints_, name); }
+  // The same text for all callpoints of which the cause is the same.
   std::string AbsenceOfCallpoint(const std::string& name) const;
   std::string AbsenceOfActionpoint(const std::string& name) const;
   // Null when it is lost.

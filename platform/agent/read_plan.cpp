@@ -17,14 +17,17 @@ bool IsOnOneLine(const lysc_node* leaf, const lysc_node* end) {
 }  // namespace
 
 ReadPlan::ReadPlan(const OperationalNode& top, const ProviderModel& providers,
-                   const InstancePath& path) {
+                   const InstancePath& path, const ReadScope& scope) {
   const lysc_node* end = path.empty() ? nullptr : path.back().schema;
   for (EntryPtr& entry : EntriesBelow(top, path)) {
+    if (!scope.Admits(*entry)) {
+      continue;
+    }
     const lysc_node& list = entry->Schema();
     const auto [leaves, is_new] = leaves_.try_emplace(&list);
     if (is_new) {
       for (const ComputedLeaf& leaf : providers.LeavesOf(list)) {
-        if (IsOnOneLine(leaf.schema, end)) {
+        if (IsOnOneLine(leaf.schema, end) && scope.Wants(*leaf.schema)) {
           leaves->second.push_back(&leaf);
         }
       }
@@ -43,16 +46,6 @@ std::optional<ReadPlan::Question> ReadPlan::Front() {
     leaf_ = 0;
   }
   return std::nullopt;
-}
-
-std::string ReadPlan::PathOf(const Question& question) const {
-  InstancePath path = targets_[question.target].entry->path;
-  const std::size_t depth = path.size();
-  const lysc_node* list = path.back().schema;
-  for (const lysc_node* node = question.leaf->schema; node != list; node = node->parent) {
-    path.insert(path.begin() + static_cast<std::ptrdiff_t>(depth), {node, {}, {}, false});
-  }
-  return TextOf(path);
 }
 
 }  // namespace agentd

@@ -9,6 +9,7 @@
 
 #include "operational_store.h"
 #include "operational_tree.h"
+#include "read_scope.h"
 
 namespace agentd {
 
@@ -27,8 +28,9 @@ class ReadPlan {
   };
 
   // The entries at and below the path and of their leaves those that are at or
-  // below it.
-  ReadPlan(const OperationalNode& top, const ProviderModel& providers, const InstancePath& path);
+  // below it, as far as they are in the scope.
+  ReadPlan(const OperationalNode& top, const ProviderModel& providers, const InstancePath& path,
+           const ReadScope& scope);
 
   // The question at hand; nothing at the end.
   std::optional<Question> Front();
@@ -36,7 +38,6 @@ class ReadPlan {
 
   Target& At(const Question& question) { return targets_[question.target]; }
   const std::vector<Target>& Targets() const { return targets_; }
-  std::string PathOf(const Question& question) const;
 
  private:
   std::map<const lysc_node*, std::vector<const ComputedLeaf*>> leaves_;  // by list
