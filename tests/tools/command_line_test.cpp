@@ -43,9 +43,68 @@ TEST_F(CommandLine, WrongUsageIsOneLineThatNamesTheWord) {
   EXPECT_EQ(wrong.status, 2);
   EXPECT_THAT(wrong.err, HasSubstr("frobnicate"));
   EXPECT_EQ(std::ranges::count(wrong.err, '\n'), 1);
-  EXPECT_EQ(RunAsIs({"get", "--nonsense"}).status, 2);
+  EXPECT_EQ(RunAsIs({"get", "--nonsense"}).err,
+            "cfmctl: not expected here: --nonsense; see cfmctl get --help\n");
   EXPECT_EQ(RunAsIs({"show", "weather"}).status, 2);
   EXPECT_EQ(RunAsIs({"status", "--wait", "soon"}).status, 2);
+}
+
+TEST_F(CommandLine, UnexpectedWordsAreListedAsTheyWereTyped) {
+  EXPECT_EQ(RunAsIs({"show", "status", "east", "blue", "5", "six", "seven"}).err,
+            "cfmctl: not expected here: six seven; see cfmctl show --help\n");
+  EXPECT_EQ(RunAsIs({"one", "two"}).err, "cfmctl: not expected here: one two; see cfmctl --help\n");
+}
+
+TEST_F(CommandLine, NumbersThatAreNoneAreExplained) {
+  EXPECT_EQ(
+      RunAsIs({"show", "status", "east", "blue", "five"}).err,
+      "cfmctl: MEP: \"five\" is no MEP id, a number from 1 to 8191; see cfmctl show --help\n");
+  EXPECT_EQ(RunAsIs({"clear-statistics", "--mep", "8192"}).status, 2);
+  for (const char* text : {"nan", "-nan", "inf", "1e9", "-1", "5s", ""}) {
+    for (const auto& words : std::vector<std::vector<std::string>>{
+             {"get", "--timeout"}, {"verify", "--wait"}, {"status", "--wait"}}) {
+      const auto outcome = RunAsIs({words[0], words[1], text});
+      EXPECT_EQ(outcome.status, 2) << words[0] << ' ' << text;
+    }
+  }
+  EXPECT_EQ(RunAsIs({"get", "--timeout", "nan"}).err,
+            "cfmctl: --timeout: \"nan\" is no number of seconds from 0.001 to 86400; see cfmctl "
+            "get --help\n");
+  EXPECT_EQ(RunAsIs({"watch", "--count", "0"}).err,
+            "cfmctl: --count: \"0\" is no number of lines: at least 1; see cfmctl watch --help\n");
+}
+
+TEST_F(CommandLine, ArgumentsThatAreNoUtf8AreNamedAndNotSent) {
+  const test::FakeAgent agent(Directory());
+  const auto outcome = Run({"set", "md{\xff\xfe}/level", "3"});
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_EQ(outcome.err, "cfmctl: argument 4 is no UTF-8: md{\\xff\\xfe}/level\n");
+  const auto file = Run({"edit", "--file", "-"}, "create md{a}\nmerge md{a}/level \xff\n");
+  EXPECT_EQ(file.status, 2);
+  EXPECT_EQ(file.err, "cfmctl: standard input:2: the line is no UTF-8\n");
+  EXPECT_THAT(agent.Requests(), testing::IsEmpty());
+}
+
+TEST_F(CommandLine, MessagesDoNotSteerTheTerminal) {
+  test::FakeAgent agent(Directory());
+  agent.on_request = [](const cfm::agent::Request&) { return cfm::agent::Reply(); };
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"get", "md{\x1b[31m}"},
+                                                {"get", "md{a}/\x1b[31m"},
+                                                {"show", "status", "\x1b[31m"},
+                                                {"load", "\x1b[31m.xml"},
+                                                {"\x1b[31m"},
+                                                {"get", "--format", "\x1b[31m"}}) {
+    const auto outcome = Run(words);
+    EXPECT_NE(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("\\x1b[31m"));
+    EXPECT_THAT(outcome.out + outcome.err, testing::Not(HasSubstr("\x1b")));
+  }
+}
+
+TEST_F(CommandLine, TellsItsVersion) {
+  const auto outcome = RunAsIs({"--version"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, testing::MatchesRegex("cfmctl [0-9]+[.][0-9]+[.][0-9]+\n"));
 }
 
 TEST_F(CommandLine, AnAgentThatIsNotThereIsNamedWithCauseAndRemedy) {

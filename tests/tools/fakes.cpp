@@ -81,6 +81,12 @@ void FakeServer::Accept() {
   }
 }
 
+void HangUntilClosed(int fd) {
+  char byte = 0;
+  while (recv(fd, &byte, sizeof byte, 0) > 0) {
+  }
+}
+
 FakeAgent::FakeAgent(const std::filesystem::path& directory) {
   server_.emplace(directory / "agentd.sock", [this](int fd) { Serve(fd); });
 }
@@ -155,6 +161,13 @@ void FakeAgent::ChangeRecord(const std::string& path,
   SendToEach(operational_watchers_, message);
 }
 
+void FakeAgent::EndWatches() {
+  const std::lock_guard lock(mutex_);
+  cfm::agent::FromAgent message;
+  message.mutable_reply()->add_errors()->set_message("the watch did not keep up");
+  SendToEach(operational_watchers_, message);
+}
+
 void FakeAgent::AwaitOperationalWatcher() {
   std::unique_lock lock(mutex_);
   const bool came = watched_.wait_for(lock, std::chrono::seconds(30),
@@ -174,6 +187,10 @@ FakeManager::FakeManager(const std::filesystem::path& directory, const cfm::Hier
                          std::vector<std::string> warnings)
     : warnings_(std::move(warnings)) {
   Hold(hierarchy);
+  server_.emplace(directory / "cfm-managerd.sock", [this](int fd) { Serve(fd); });
+}
+
+FakeManager::FakeManager(const std::filesystem::path& directory) {
   server_.emplace(directory / "cfm-managerd.sock", [this](int fd) { Serve(fd); });
 }
 

@@ -41,6 +41,9 @@ class FakeServer {
   std::thread acceptor_;
 };
 
+// Takes whatever comes and says nothing, like a process that is stopped.
+void HangUntilClosed(int fd);
+
 // What the agent does with one request: answers, or dies (nothing).
 using Answer = std::optional<cfm::agent::Reply>;
 
@@ -58,6 +61,8 @@ class FakeAgent {
   // watchers hear of it. Those that are there when a watch begins are told at
   // once.
   void ChangeRecord(const std::string& path, const std::optional<cfmctl::TreeNode>& record);
+  // The watchers of records are told that they do not keep up.
+  void EndWatches();
   // Awaits one more than the calls before.
   void AwaitOperationalWatcher();
   // Every request but GetStatus and the watches, as they came.
@@ -85,6 +90,8 @@ class FakeManager {
  public:
   FakeManager(const std::filesystem::path& directory, const cfm::Hierarchy& hierarchy,
               std::vector<std::string> warnings = {});
+  // One that nobody has given a configuration yet.
+  explicit FakeManager(const std::filesystem::path& directory);
 
   // Observers hear of it.
   void Hold(const cfm::Hierarchy& hierarchy);

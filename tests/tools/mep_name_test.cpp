@@ -37,13 +37,38 @@ TEST(MepName, ReadsAsAPath) {
 
 TEST(MepName, TheConfigurationSaysWhoSeesARemoteMepOnlyForOneLocalMep) {
   TreeNode cfm = test::Cfm();
-  EXPECT_THAT(ConfiguredMeps(cfm),
+  EXPECT_THAT(ConfiguredMeps(cfm, {}),
               ElementsAre(kLocal, MepName{"east", "blue", false, {}, 6}, WithoutObserver(kRemote)));
   TreeNode& ma = cfm.children[0].children[2];
   ma.children.pop_back();
-  EXPECT_THAT(ConfiguredMeps(cfm), ElementsAre(kLocal, kRemote));
+  EXPECT_THAT(ConfiguredMeps(cfm, {}), ElementsAre(kLocal, kRemote));
   ma.children.pop_back();
-  EXPECT_THAT(ConfiguredMeps(cfm), IsEmpty());
+  EXPECT_THAT(ConfiguredMeps(cfm, {}), IsEmpty());
+}
+
+TEST(MepName, ALocalMepThatIsSelectedComesWithTheRemoteMepsOfItsMa) {
+  const TreeNode cfm = test::Cfm();
+  const MepName six{"east", "blue", false, {}, 6};
+  EXPECT_THAT(ConfiguredMeps(cfm, {"east", "blue", 5}),
+              ElementsAre(kLocal, WithoutObserver(kRemote)));
+  EXPECT_THAT(ConfiguredMeps(cfm, {"east", "blue", 6}), ElementsAre(six, WithoutObserver(kRemote)));
+  EXPECT_THAT(ConfiguredMeps(cfm, {"east", "blue", 7}), ElementsAre(WithoutObserver(kRemote)));
+  EXPECT_THAT(ConfiguredMeps(cfm, {"west", {}, {}}), IsEmpty());
+}
+
+TEST(MepSelection, IsConfiguredWhenItsNamesAre) {
+  const TreeNode cfm = test::Cfm();
+  for (const MepSelection& there :
+       {MepSelection{}, MepSelection{"west", {}, {}}, MepSelection{{}, "blue", {}},
+        MepSelection{"east", "blue", 6}, MepSelection{{}, {}, 7}}) {
+    EXPECT_TRUE(IsConfigured(cfm, there)) << ToText(there);
+  }
+  for (const MepSelection& wrong : {MepSelection{"north", {}, {}}, MepSelection{"west", "blue", {}},
+                                    MepSelection{{}, "red", {}}, MepSelection{"east", "blue", 8},
+                                    MepSelection{"west", {}, 5}}) {
+    EXPECT_FALSE(IsConfigured(cfm, wrong)) << ToText(wrong);
+  }
+  EXPECT_FALSE(IsConfigured(TreeNode(), {"east", {}, {}}));
 }
 
 TEST(MepSelection, WhatIsNotGivenStandsForAll) {

@@ -64,6 +64,13 @@ TEST_F(StatusBoardTest, ALeafThatGoesAwayIsAChange) {
               ElementsAre("local MEP md{east}/ma{blue}/mep{5}: block-state Forwarding -> none"));
 }
 
+TEST_F(StatusBoardTest, AnEmptyValueIsSeen) {
+  Apply("/r", test::RemoteRecord());
+  EXPECT_THAT(Apply("/r", test::With(test::RemoteRecord(), "rx-sender-id", "")),
+              ElementsAre("remote MEP 7 of md{east}/ma{blue}/mep{5}: rx-sender-id ring & <east> -> "
+                          "\"\""));
+}
+
 TEST_F(StatusBoardTest, ARecordThatIsUsedForAnotherMepIsADepartureAndAnAppearance) {
   Apply("/l", test::LocalRecord("0", "5"));
   EXPECT_THAT(Apply("/l", test::LocalRecord("0", "6")),
@@ -87,17 +94,25 @@ TEST_F(StatusBoardTest, HasTheRecordsThatAreSelected) {
   Apply("/r", test::RemoteRecord());
   Apply("/gone", test::LocalRecord("9", "6"));
   Apply("/gone", std::nullopt);
-  EXPECT_THAT(board_.Records({}), SizeIs(2));
-  EXPECT_THAT(board_.Paths({"east", "blue", 7}), ElementsAre("/r"));
-  EXPECT_THAT(board_.Paths({"east", "blue", 5}), ElementsAre("/l", "/r"));
+  EXPECT_THAT(board_.All(), SizeIs(2));
+  EXPECT_EQ(board_.Count({}), 2U);
+  EXPECT_EQ(board_.Count({"east", "blue", 7}), 1U);
+  EXPECT_EQ(board_.Count({"east", "blue", 5}), 2U);
+  EXPECT_EQ(board_.Count({"west", {}, {}}), 0U);
+  ASSERT_NE(board_.Find("/r"), nullptr);
+  EXPECT_EQ(board_.Find("/r")->name, "remote");
+  EXPECT_EQ(board_.Find("/gone"), nullptr);
 }
 
 TEST_F(StatusBoardTest, HasTheRecordsInTheOrderOfTheirNumbers) {
   for (const int id : {10, 9, 100}) {
     Apply(test::LocalPath(id), test::LocalRecord(std::to_string(id), std::to_string(id)));
   }
-  EXPECT_THAT(board_.Paths({}),
-              ElementsAre(test::LocalPath(9), test::LocalPath(10), test::LocalPath(100)));
+  std::vector<std::string> paths;
+  for (const auto& [path, record] : board_.All()) {
+    paths.push_back(path);
+  }
+  EXPECT_THAT(paths, ElementsAre(test::LocalPath(9), test::LocalPath(10), test::LocalPath(100)));
 }
 
 }  // namespace

@@ -43,12 +43,28 @@ TEST(StatusRecords, EachViewHasTheIdentityAndItsOwnLeaves) {
   EXPECT_EQ(status[0].children.size() + 3, Whole()[0].children.size());
 }
 
-TEST(StatusRecords, HoldNothingWhenTheyHaveOnlyTheirIdentity) {
-  EXPECT_TRUE(HoldsAnything(Whole()));
-  const StatusRecords written{test::LocalRecord(), test::RemoteRecord()};
-  EXPECT_TRUE(HoldsAnything(Narrowed(written, StatusView::kStatus)));
-  EXPECT_FALSE(HoldsAnything(Narrowed(written, StatusView::kStatistics)));
-  EXPECT_FALSE(HoldsAnything({}));
+TEST(StatusRecords, TheLeavesOfAViewAreThoseThatItShows) {
+  const auto statistics = LeavesOf(StatusView::kStatistics);
+  EXPECT_THAT(statistics, testing::IsSupersetOf({"md", "remote-mep", "mep-ccms-sent"}));
+  EXPECT_THAT(statistics, Not(testing::Contains("level")));
+  EXPECT_THAT(statistics, Not(testing::Contains("state")));
+  const auto status = LeavesOf(StatusView::kStatus);
+  EXPECT_THAT(status, testing::IsSupersetOf({"md", "level", "vlan-list", "state"}));
+  EXPECT_THAT(status, Not(testing::Contains("rmep-ccms-received")));
+}
+
+TEST(StatusTables, NameTheLeavesThatTheyShow) {
+  const auto status = TableLeaves(StatusView::kStatus);
+  EXPECT_THAT(status, testing::IsSupersetOf({"md", "level", "last-state-change", "defects"}));
+  EXPECT_THAT(status, Not(testing::Contains("vlan-list")));
+  EXPECT_THAT(TableLeaves(StatusView::kStatistics), Not(testing::Contains("level")));
+}
+
+TEST(StatusTables, AnEmptyValueIsNotTheSameAsNone) {
+  TreeNode record = test::With(test::RemoteRecord(), "rx-sender-id", "");
+  EXPECT_THAT(StatusTables({record}, StatusView::kStatus), testing::EndsWith("no-tlv   \"\"\n"));
+  record.children.pop_back();
+  EXPECT_THAT(StatusTables({record}, StatusView::kStatus), testing::EndsWith("no-tlv   -\n"));
 }
 
 TEST(Defects, LettersAreExplained) {

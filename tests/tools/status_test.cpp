@@ -71,6 +71,59 @@ TEST_F(Status, ADaemonIsThereWhenItIsSubscribedAndProvides) {
   EXPECT_THAT(silent.out, HasSubstr("not there: nobody provides status and statistics\n"));
 }
 
+TEST_F(Status, AManagerIsReadyWhenWhatIsCommittedHasReachedIt) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  test::FakeManager manager(Directory());
+  const auto early = Run({"status"});
+  EXPECT_EQ(early.status, 3);
+  EXPECT_THAT(early.out, HasSubstr("manager  was given no configuration yet\n"));
+  EXPECT_EQ(early.err, "cfmctl: not there: the manager's configuration\n");
+  EXPECT_EQ(Run({"status", "--for", "agent,manager"}).status, 0) << "without a daemon";
+
+  auto waiting = Start({"status", "--wait", "30"});
+  manager.AwaitObserver();
+  manager.Hold({});
+  EXPECT_EQ(waiting.get().status, 0);
+}
+
+TEST_F(Status, WithNothingCommittedTheManagerNeedsNothing) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(0));
+  const test::FakeManager manager(Directory());
+  EXPECT_EQ(Run({"status"}).status, 0);
+}
+
+TEST_F(Status, AManagerThatHangsKeepsTheOthersFromNobody) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  const test::FakeServer manager(Directory() / "cfm-managerd.sock", test::HangUntilClosed);
+  const auto outcome = Run({"status", "--timeout", "0.2"});
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.out, testing::StartsWith("agent    transaction 12;"));
+  EXPECT_THAT(outcome.out, HasSubstr("manager  not there: the CFM manager at"));
+  EXPECT_THAT(outcome.out, HasSubstr("did not answer"));
+}
+
+TEST_F(Status, ARuntimeDirectoryThatCannotBeIsUnreachable) {
+  const std::string file = WriteFile("file", "");
+  const auto look = RunAsIs({"status", "--runtime-dir", file});
+  EXPECT_EQ(look.status, 3);
+  EXPECT_THAT(look.out, HasSubstr("Not a directory; is agentd running? (CFM_RUNTIME_DIR or "));
+  const auto wait = RunAsIs({"status", "--runtime-dir", file, "--wait", "5"});
+  EXPECT_EQ(wait.status, 3);
+  EXPECT_EQ(wait.err, "cfmctl: cannot watch for the element in " + file +
+                          ": Not a directory; is agentd running? (CFM_RUNTIME_DIR or "
+                          "--runtime-dir selects another element)\n");
+}
+
+TEST_F(Status, ToWaitForNoTimeIsToLookOnce) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  EXPECT_EQ(Run({"status", "--wait", "0", "--for", "daemon"}).status, 0);
+  EXPECT_EQ(Run({"status", "--wait", "0"}).err, "cfmctl: not there: manager\n");
+}
+
 TEST_F(Status, OnlyWhatIsAskedForHasToBeThere) {
   const test::FakeAgent agent(Directory());
   EXPECT_EQ(Run({"status", "--for", "agent"}).status, 0);

@@ -19,6 +19,7 @@ class Watch : public test::CommandTest {
   // The running configuration has the MA blue with the local MEP 5 and the
   // remote MEPs 7 and 8.
   Watch() {
+    agent_.SetStatus(test::StatusOf(1));
     agent_.on_request = [](const agent::Request& request) {
       EXPECT_EQ(request.get().datastore(), agent::DATASTORE_RUNNING);
       const TreeNode ma =
@@ -132,6 +133,87 @@ TEST_F(Watch, WhatDidNotComeInTimeIsNamed) {
             "cfmctl: after 0.05 s the watch ended without what it waited for\n"
             "  remote MEP 7 of md{east}/ma{blue}/mep{5}: state is rmep-failed\n"
             "  remote MEP 8 of md{east}/ma{blue}/mep{5}: has no status yet\n");
+}
+
+TEST_F(Watch, ALocalMepThatIsSelectedComesWithTheRemoteMepsOfItsMa) {
+  Local("-");
+  const auto outcome =
+      Run({"watch", "--until", "state=rmep-ok", "--timeout", "0.05", "east", "blue", "5"});
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_THAT(outcome.err, HasSubstr("  remote MEP 7 of md{east}/ma{blue}/mep{5}: has no status "
+                                     "yet\n  remote MEP 8 of"));
+}
+
+TEST_F(Watch, TheTimeIsKeptHoweverMuchChanges) {
+  Local("-");
+  auto watch = std::async(std::launch::async, [this] {
+    return Run({"watch", "--until", "defect=X", "--timeout", "0.3"});
+  });
+  agent_.AwaitOperationalWatcher();
+  int changes = 0;
+  while (watch.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+    Local(++changes % 2 == 0 ? "R" : "A");
+  }
+  EXPECT_EQ(watch.get().status, 4);
+}
+
+TEST_F(Watch, WithNothingToWaitForTheEndOfTheTimeIsNoFailure) {
+  const auto outcome = Run({"watch", "--timeout", "0.05"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.err, "watching every MEP, 0 with a status\n");
+}
+
+TEST_F(Watch, WithoutADaemonItWarnsAndNoConditionHolds) {
+  Local("-");
+  agent_.SetStatus(test::StatusOf(1, false));
+  const auto outcome = Run({"watch", "--until", "defects=-", "--timeout", "0.05"});
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_THAT(outcome.err, HasSubstr("cfmctl: warning: the daemon is not there: the status stands "
+                                     "still until it is\n"));
+  EXPECT_THAT(outcome.err, testing::EndsWith("without what it waited for\n"
+                                             "  the daemon is not there\n"));
+}
+
+TEST_F(Watch, WhatADaemonThatWentAwayLeftIsNotBelieved) {
+  Local("R");
+  auto watch = Start({"--until", "defects=-", "--count", "2"});
+  agent::Status lost = test::StatusOf(1);
+  lost.mutable_providers(0)->set_lost(true);
+  agent_.SetStatus(lost);
+  Local("-");
+  Local("S");
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.out, HasSubstr("defects - -> S")) << "it went on";
+  EXPECT_THAT(outcome.err, HasSubstr("warning: the daemon is not there"));
+}
+
+TEST_F(Watch, WaitsForTheDaemonWhenTheConditionHoldsAlready) {
+  Local("-");
+  agent_.SetStatus(test::StatusOf(1, false));
+  auto watch = Start({"--until", "defects=-"});
+  agent_.SetStatus(test::StatusOf(1));
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: the daemon is there again\n"));
+}
+
+TEST_F(Watch, OfNamesThatAreNotConfiguredItWarns) {
+  const auto outcome = Run({"watch", "--timeout", "0.05", "east", "blue", "9"});
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_THAT(outcome.err,
+              HasSubstr("cfmctl: warning: MD east, MA blue, MEP 9 is not configured\n"));
+  const auto right = Run({"watch", "--timeout", "0.05", "east", "blue", "8"});
+  EXPECT_THAT(right.err, testing::Not(HasSubstr("warning")));
+}
+
+TEST_F(Watch, OneThatDoesNotKeepUpIsToldSo) {
+  auto watch = Start({});
+  agent_.EndWatches();
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: the agent has ended the watch\n"
+                                             "  the watch did not keep up\n"));
 }
 
 TEST_F(Watch, LinesThatDidNotComeInTimeAreATimeoutToo) {

@@ -42,21 +42,22 @@ ElementWatch::ElementWatch(std::filesystem::path agent_socket, std::filesystem::
                            std::chrono::milliseconds timeout)
     : agent_socket_(std::move(agent_socket)),
       manager_socket_(std::move(manager_socket)),
-      timeout_(timeout),
-      directory_(agent_socket_.parent_path()) {
-  Refresh();
-}
+      timeout_(timeout) {}
 
 bool ElementWatch::AwaitChange(const Deadline& deadline) {
-  if (!PollReadable({directory_.Fd(), FdOf(agent_), FdOf(manager_)}, deadline)) {
+  if (!directory_) {
+    directory_.emplace(agent_socket_.parent_path());
+  } else if (PollReadable({directory_->Fd(), FdOf(agent_), FdOf(manager_)}, deadline)) {
+    directory_->Rearm();
+  } else {
     return false;
   }
-  Refresh();
+  LookAtAgent();
+  LookAtManager();
   return true;
 }
 
-void ElementWatch::Refresh() {
-  directory_.Rearm();
+void ElementWatch::LookAtAgent() {
   Update(
       agent_,
       [this] {
@@ -66,6 +67,9 @@ void ElementWatch::Refresh() {
       },
       [](AgentClient& client, const Deadline& deadline) { return client.NextStatus(deadline); },
       timeout_);
+}
+
+void ElementWatch::LookAtManager() {
   Update(
       manager_, [this] { return ManagerObserver(manager_socket_, timeout_); },
       [](ManagerObserver& observer, const Deadline& deadline) { return observer.Next(deadline); },

@@ -25,9 +25,8 @@ struct Part {
 
 class ElementWatch {
  public:
-  // Tries both at once; neither has to be there. A process that accepts a
-  // connection has `timeout` to answer. Throws std::system_error when the
-  // directory cannot be watched.
+  // Knows of nobody yet. A process that accepts a connection has `timeout` to
+  // answer.
   ElementWatch(std::filesystem::path agent_socket, std::filesystem::path manager_socket,
                std::chrono::milliseconds timeout);
 
@@ -36,16 +35,19 @@ class ElementWatch {
   const std::string& AgentAbsence() const { return agent_.absence; }
   const std::string& ManagerAbsence() const { return manager_.absence; }
 
-  // Waits until something may have changed; false when the deadline passed.
+  // Look whether they are there; neither has to be.
+  void LookAtAgent();
+  void LookAtManager();
+  // Waits until something may have changed, at first not at all, and looks at
+  // both; false when the deadline passed. Throws std::system_error when the
+  // directory cannot be watched.
   bool AwaitChange(const Deadline& deadline);
 
  private:
-  void Refresh();
-
   std::filesystem::path agent_socket_;
   std::filesystem::path manager_socket_;
   std::chrono::milliseconds timeout_;
-  DirectoryWatch directory_;
+  std::optional<DirectoryWatch> directory_;  // from the first AwaitChange on
   Part<AgentClient, cfm::agent::Status> agent_;
   Part<ManagerObserver, HeldHierarchy> manager_;
 };

@@ -22,16 +22,18 @@ std::string Advice(const std::error_code& code, std::string_view program) {
 
 }  // namespace
 
+std::string ReachAdvice(const std::error_code& code, std::string_view program) {
+  return Advice(code, program) + " (CFM_RUNTIME_DIR or --runtime-dir selects another element)";
+}
+
 FrameStream OpenStream(const std::filesystem::path& socket, std::chrono::milliseconds timeout,
                        std::string_view role, std::string_view program) {
   try {
     return FrameStream(ipc::ConnectUnix(socket), timeout);
   } catch (const std::system_error& error) {
-    throw Failure(
-        ExitStatus::kUnreachable,
-        fmt::format("cannot reach the {} at {}: {}; {} (CFM_RUNTIME_DIR or "
-                    "--runtime-dir selects another element)",
-                    role, socket.native(), error.code().message(), Advice(error.code(), program)));
+    throw Failure(ExitStatus::kUnreachable,
+                  fmt::format("cannot reach the {} at {}: {}; {}", role, socket.native(),
+                              error.code().message(), ReachAdvice(error.code(), program)));
   }
 }
 

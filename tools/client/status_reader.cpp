@@ -1,10 +1,7 @@
 #include "status_reader.h"
 
-#include <algorithm>
-
 #include "core/status_model.h"
 #include "error_lines.h"
-#include "status_watch.h"
 #include "tree_codec.h"
 
 namespace cfmctl {
@@ -12,63 +9,39 @@ namespace {
 
 namespace agent = cfm::agent;
 
-constexpr const char* kNothingThere = "data-missing";
-
-bool SaysNothingIsThere(const agent::Reply& reply) {
-  return std::ranges::all_of(
-      reply.errors(), [](const agent::Error& error) { return error.rule() == kNothingThere; });
+void AddFilter(agent::Get& get, const std::vector<std::string>& leaves,
+               const std::optional<std::string>& value) {
+  if (value) {
+    agent::EntryFilter& filter = *get.add_filters();
+    filter.mutable_leaves()->Add(leaves.begin(), leaves.end());
+    filter.set_value(*value);
+  }
 }
 
-class Reader {
- public:
-  Reader(AgentClient client, const MepSelection& selection)
-      : client_(std::move(client)), selection_(selection) {}
-
-  void Read(const std::string& path) {
-    agent::Request request;
-    agent::Get& get = *request.mutable_get();
-    get.set_datastore(agent::DATASTORE_OPERATIONAL);
-    get.set_path(path);
-    get.set_format(agent::FORMAT_TREE);
-    const agent::Reply reply = client_.Ask(request);
-    for (const std::string& warning : reply.warnings()) {
-      Warn(warning);
-    }
-    if (!SaysNothingIsThere(reply)) {
-      throw Failure(ExitStatus::kRefused, "the status cannot be shown", ErrorLines(reply));
-    }
-    std::ranges::move(RecordsIn(ToTree(reply.node()), selection_),
-                      std::back_inserter(reading_.records));
-  }
-
-  StatusReading Take() { return std::move(reading_); }
-
- private:
-  void Warn(const std::string& warning) {
-    if (std::ranges::find(reading_.warnings, warning) == reading_.warnings.end()) {
-      reading_.warnings.push_back(warning);
-    }
-  }
-
-  AgentClient client_;
-  MepSelection selection_;
-  StatusReading reading_;
-};
+agent::Request RequestFor(const MepSelection& selection, const std::vector<std::string>& leaves) {
+  agent::Request request;
+  agent::Get& get = *request.mutable_get();
+  get.set_datastore(agent::DATASTORE_OPERATIONAL);
+  get.set_path(std::string(kStatusPath));
+  get.set_format(agent::FORMAT_TREE);
+  get.mutable_leaves()->Add(leaves.begin(), leaves.end());
+  AddFilter(get, {"md"}, selection.md);
+  AddFilter(get, {"ma"}, selection.ma);
+  AddFilter(get, {"mep", "local-mep", "remote-mep"},
+            selection.mep ? std::optional(std::to_string(*selection.mep)) : std::nullopt);
+  return request;
+}
 
 }  // namespace
 
-StatusReading ReadStatus(const std::function<AgentClient()>& connect, const MepSelection& selection,
-                         std::chrono::milliseconds timeout) {
-  Reader reader(connect(), selection);
-  if (selection.IsEverything()) {
-    reader.Read(std::string(kStatusPath));
-    return reader.Take();
+StatusReading ReadStatus(AgentClient client, const MepSelection& selection,
+                         const std::vector<std::string>& leaves) {
+  const agent::Reply reply = client.Ask(RequestFor(selection, leaves));
+  if (!reply.errors().empty()) {
+    throw Failure(ExitStatus::kRefused, "the status cannot be shown", ErrorLines(reply));
   }
-  const auto paths = StatusWatch(connect(), Deadline::After(timeout)).Board().Paths(selection);
-  for (const std::string& path : paths) {
-    reader.Read(path);
-  }
-  return reader.Take();
+  return {RecordsIn(ToTree(reply.node()), selection),
+          {reply.warnings().begin(), reply.warnings().end()}};
 }
 
 }  // namespace cfmctl

@@ -1,9 +1,8 @@
-// Status records with all their leaves, those that data providers compute
-// included.
+// Status records with the leaves that are wanted, those that data providers
+// compute included.
 #ifndef TOOLS_CLIENT_STATUS_READER_H
 #define TOOLS_CLIENT_STATUS_READER_H
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,15 +13,13 @@ namespace cfmctl {
 
 struct StatusReading {
   StatusRecords records;
-  std::vector<std::string> warnings;  // each once
+  std::vector<std::string> warnings;
 };
 
-// `connect` makes a connection with the agent. Everything is one request. For
-// less, the records are found by what is written in them and read one by one,
-// so that providers are asked for nothing else; one that goes away meanwhile
-// is left out. Throws Failure.
-StatusReading ReadStatus(const std::function<AgentClient()>& connect, const MepSelection& selection,
-                         std::chrono::milliseconds timeout);
+// One request, which names the leaves and the MEPs that are selected: providers
+// are asked for nothing else. Throws Failure.
+StatusReading ReadStatus(AgentClient client, const MepSelection& selection,
+                         const std::vector<std::string>& leaves);
 
 }  // namespace cfmctl
 

@@ -22,23 +22,30 @@ StatusWatch::StatusWatch(AgentClient client, const Deadline& deadline)
   Apply(*first);
 }
 
-std::optional<std::vector<StatusChange>> StatusWatch::Next(const Deadline& deadline) {
+std::optional<StatusNews> StatusWatch::Next(const Deadline& deadline) {
   const auto reply = client_.NextReply(deadline);
-  return reply ? std::optional(Apply(*reply)) : std::nullopt;
+  if (!reply) {
+    return std::nullopt;
+  }
+  if (!reply->errors().empty()) {
+    throw Failure(ExitStatus::kUnreachable, "the agent has ended the watch", ErrorLines(*reply));
+  }
+  return Apply(*reply);
 }
 
 std::vector<std::string> StatusWatch::TakeWarnings() {
   return std::exchange(warnings_, {});
 }
 
-std::vector<StatusChange> StatusWatch::Apply(const cfm::agent::Reply& reply) {
+StatusNews StatusWatch::Apply(const cfm::agent::Reply& reply) {
   warnings_.insert(warnings_.end(), reply.warnings().begin(), reply.warnings().end());
-  std::vector<StatusChange> changes;
+  StatusNews news;
   for (const cfm::agent::OperationalChange& change : reply.operational()) {
     const auto entry = change.has_entry() ? std::optional(ToTree(change.entry())) : std::nullopt;
-    std::ranges::move(board_.Apply(change.path(), entry), std::back_inserter(changes));
+    std::ranges::move(board_.Apply(change.path(), entry), std::back_inserter(news.changes));
+    news.paths.push_back(change.path());
   }
-  return changes;
+  return news;
 }
 
 }  // namespace cfmctl

@@ -11,6 +11,11 @@
 
 namespace cfmctl {
 
+struct StatusNews {
+  std::vector<StatusChange> changes;  // for people
+  std::vector<std::string> paths;     // of the records that the agent told of
+};
+
 class StatusWatch {
  public:
   // Takes the status as it is now. The client is used for nothing else from
@@ -19,15 +24,18 @@ class StatusWatch {
 
   const StatusBoard& Board() const { return board_; }
 
-  // What changed next; nothing when the deadline passes. Throws Failure when
-  // the agent goes away.
-  std::optional<std::vector<StatusChange>> Next(const Deadline& deadline);
+  // What changed next; nothing when the deadline passes, but a deadline that
+  // has passed takes what is there. Throws Failure when the agent goes away or
+  // says that the watch does not keep up.
+  std::optional<StatusNews> Next(const Deadline& deadline);
+  // Readable when there may be news that Next has not taken yet.
+  int Fd() const { return client_.Fd(); }
 
   // Warnings of the agent since the last call.
   std::vector<std::string> TakeWarnings();
 
  private:
-  std::vector<StatusChange> Apply(const cfm::agent::Reply& reply);
+  StatusNews Apply(const cfm::agent::Reply& reply);
 
   AgentClient client_;
   StatusBoard board_;

@@ -2,20 +2,24 @@
 
 #include <fmt/format.h>
 #include <fmt/ostream.h>
+#include <fmt/ranges.h>
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <memory>
 
 #include "command.h"
+#include "core/escape.h"
+#include "core/utf8.h"
 #include "paths.h"
+#include "validators.h"
 
 namespace cfmctl {
 namespace {
 
 constexpr const char* kExitStatusHelp =
     "Exit status: 0 done; 1 refused, or a difference was found; 2 wrong usage or unreadable file;\n"
-    "3 agent or manager not reachable; 4 timed out.\n\n"
+    "3 agent or manager not reachable; 4 timed out; 5 shown, but something is missing.\n\n"
     "Examples:\n"
     "  cfmctl load --replace all.xml && cfmctl verify\n"
     "  cfmctl set 'md{east}/level' 3\n"
@@ -40,7 +44,7 @@ void AddElementOptions(CLI::App& app, Environment& environment) {
   app.add_option("--runtime-dir", environment.runtime_dir,
                  "Runtime directory of the element ($CFM_RUNTIME_DIR, or /run/cfm)");
   app.add_option("--timeout", environment.timeout_seconds, "Seconds to wait for an answer (60)")
-      ->check(CLI::Range(0.001, 86400.0));
+      ->check(SecondsFrom(0.001));
 }
 
 void AddCommands(CLI::App& main, Environment& environment) {
@@ -60,11 +64,32 @@ void Parse(CLI::App& main, std::vector<std::string> arguments) {
   main.parse(arguments);
 }
 
-void Print(std::ostream& err, const Failure& failure) {
-  fmt::print(err, "cfmctl: {}\n", failure.what());
-  for (const std::string& detail : failure.Details()) {
-    fmt::print(err, "  {}\n", detail);
+// What does not go to the agent as it was typed is not sent at all.
+void CheckEncoding(const std::vector<std::string>& arguments) {
+  const auto wrong = std::ranges::find_if_not(arguments, IsUtf8);
+  if (wrong != arguments.end()) {
+    throw Failure(ExitStatus::kUsage, fmt::format("argument {} is no UTF-8: {}",
+                                                  wrong - arguments.begin() + 1, *wrong));
   }
+}
+
+// What was typed may steer a terminal.
+void Print(std::ostream& err, const Failure& failure) {
+  fmt::print(err, "cfmctl: {}\n", Printable(failure.what()));
+  for (const std::string& detail : failure.Details()) {
+    fmt::print(err, "  {}\n", Printable(detail));
+  }
+}
+
+// CLI11 would list the words in reverse.
+std::string UnexpectedWords(const CLI::App& main) {
+  return fmt::format("not expected here: {}", fmt::join(main.remaining(true), " "));
+}
+
+void PrintUsageError(std::ostream& err, const CLI::App& main, const std::string& what) {
+  const auto commands = main.get_subcommands();
+  fmt::print(err, "cfmctl: {}; see cfmctl {}--help\n", Printable(what),
+             commands.empty() ? "" : commands.front()->get_name() + ' ');
 }
 
 }  // namespace
@@ -76,19 +101,24 @@ ExitStatus RunCommandLine(const std::vector<std::string>& arguments, std::istrea
                 "cfmctl");
   main.require_subcommand(0, 1);  // one; CLI11 would not name a wrong word itself
   main.footer(kExitStatusHelp);
+  main.set_version_flag("--version", "cfmctl " CFMCTL_VERSION);
   AddElementOptions(main, environment);
   AddCommands(main, environment);
   try {
+    CheckEncoding(arguments);
     Parse(main, arguments);
     if (main.get_subcommands().empty()) {
       throw Failure(ExitStatus::kUsage, "a command is missing; see cfmctl --help");
     }
     return ExitStatus::kOk;
-  } catch (const CLI::CallForHelp& request) {
+  } catch (const CLI::Success& request) {  // --help, --version
     main.exit(request, out, err);
     return ExitStatus::kOk;
+  } catch (const CLI::ExtrasError&) {
+    PrintUsageError(err, main, UnexpectedWords(main));
+    return ExitStatus::kUsage;
   } catch (const CLI::Error& error) {
-    fmt::print(err, "cfmctl: {}; see cfmctl --help\n", error.what());
+    PrintUsageError(err, main, error.what());
     return ExitStatus::kUsage;
   } catch (const Failure& failure) {
     Print(err, failure);

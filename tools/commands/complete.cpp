@@ -7,15 +7,15 @@
 #include <memory>
 
 #include "choices.h"
-#include "client/tree_codec.h"
 #include "command.h"
 #include "completion_scripts.h"
+#include "configuration.h"
 #include "core/edits.h"
 #include "core/failure.h"
 #include "core/mep_completion.h"
+#include "core/path.h"
 #include "core/path_completion.h"
 #include "core/status_condition.h"
-#include "core/tree_location.h"
 #include "core/words.h"
 
 namespace cfmctl {
@@ -37,12 +37,7 @@ Candidates WholeWords(const auto& words) {
 // The container /config/oam/cfm of the agent; empty when there is none.
 TreeNode Configuration(const Environment& environment) {
   try {
-    cfm::agent::Request request;
-    request.mutable_get()->set_datastore(cfm::agent::DATASTORE_RUNNING);
-    request.mutable_get()->set_format(cfm::agent::FORMAT_TREE);
-    const TreeNode top = ToTree(environment.ConnectAgent().Ask(request).node());
-    const auto nodes = NodesAt(top, ParsePath(""));
-    return nodes.empty() ? TreeNode() : *nodes.front();
+    return ReadConfiguration(environment);
   } catch (const Failure&) {
     return {};
   }

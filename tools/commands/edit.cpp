@@ -6,6 +6,7 @@
 
 #include "command.h"
 #include "core/failure.h"
+#include "core/utf8.h"
 #include "core/words.h"
 #include "input_file.h"
 #include "path_argument.h"
@@ -21,6 +22,9 @@ struct Options {
 
 // One line of a file of operations; empty and comment lines have no edits.
 std::vector<Edit> EditsOfLine(const std::string& line) {
+  if (!IsUtf8(line)) {
+    throw Failure(ExitStatus::kUsage, "the line is no UTF-8");
+  }
   std::vector<std::string> words;
   for (const Word& word : SplitWords(line, Comments::kHash)) {
     if (word.open_quote != 0) {

@@ -6,6 +6,7 @@ namespace cfmctl {
 namespace {
 
 constexpr double kDefaultTimeoutSeconds = 60;
+constexpr double kDefaultLookSeconds = 2;
 
 }  // namespace
 
@@ -15,6 +16,10 @@ std::chrono::milliseconds ToMilliseconds(double seconds) {
 
 std::chrono::milliseconds Environment::Timeout() const {
   return ToMilliseconds(timeout_seconds.value_or(kDefaultTimeoutSeconds));
+}
+
+std::chrono::milliseconds Environment::LookTimeout() const {
+  return ToMilliseconds(timeout_seconds.value_or(kDefaultLookSeconds));
 }
 
 std::filesystem::path Environment::AgentSocket() const {

@@ -23,6 +23,8 @@ struct Environment {
 
   // For each answer.
   std::chrono::milliseconds Timeout() const;
+  // For a look at a process that may hang: short, unless a time was given.
+  std::chrono::milliseconds LookTimeout() const;
   std::filesystem::path AgentSocket() const;
   std::filesystem::path ManagerSocket() const;
   AgentClient ConnectAgent() const { return {AgentSocket(), Timeout()}; }

@@ -4,6 +4,7 @@
 #include <fmt/ostream.h>
 
 #include "client/status_reader.h"
+#include "configuration.h"
 #include "core/failure.h"
 #include "core/status_document.h"
 #include "core/status_tables.h"
@@ -21,7 +22,7 @@ std::string ToText(const StatusRecords& records, StatusView view, const std::str
   return StatusDocument(records, format == "xml" ? DocumentFormat::kXml : DocumentFormat::kJson);
 }
 
-// Each record that was read may bring one of its own.
+// Causes may differ in what a program says of each record.
 std::vector<std::string> Shortened(std::vector<std::string> warnings) {
   const std::size_t all = warnings.size();
   if (all > kMaxWarnings) {
@@ -31,22 +32,31 @@ std::vector<std::string> Shortened(std::vector<std::string> warnings) {
   return warnings;
 }
 
+// A name that is mistyped, or a MEP that nobody has reported.
+[[noreturn]] void FailWithoutStatus(const Environment& environment, const MepSelection& selection) {
+  const bool is_configured = IsConfigured(ReadConfiguration(environment), selection);
+  throw Failure(ExitStatus::kRefused,
+                fmt::format("no status of {}: {}", ToText(selection),
+                            is_configured ? "it is configured, and nobody has reported it "
+                                            "(\"cfmctl status\" tells who is there)"
+                                          : "it is not configured"));
+}
+
 }  // namespace
 
 void ShowStatus(const Environment& environment, StatusView view, const MepSelection& selection,
                 const std::string& format) {
-  const StatusReading reading =
-      ReadStatus([&] { return environment.ConnectAgent(); }, selection, environment.Timeout());
+  const StatusReading reading = ReadStatus(environment.ConnectAgent(), selection,
+                                           format == "table" ? TableLeaves(view) : LeavesOf(view));
   PrintWarnings(environment, Shortened(reading.warnings));
   const StatusRecords records = Narrowed(reading.records, view);
-  const bool everything_is_missing = !reading.warnings.empty() && !HoldsAnything(records);
-  if (records.empty() && !selection.IsEverything() && !everything_is_missing) {
-    throw Failure(ExitStatus::kRefused, fmt::format("no status of {}", ToText(selection)));
+  if (records.empty() && !selection.IsEverything()) {
+    FailWithoutStatus(environment, selection);
   }
   fmt::print(environment.out, "{}", ToText(records, view, format));
-  if (everything_is_missing) {
-    throw Failure(ExitStatus::kUnreachable,
-                  "nothing of this can be had now; is cfm-app running? (\"cfmctl status\" tells)");
+  if (!reading.warnings.empty()) {
+    throw Failure(ExitStatus::kIncomplete,
+                  "something is missing in what is shown (\"cfmctl status\" tells who is there)");
   }
 }
 

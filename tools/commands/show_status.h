@@ -10,8 +10,8 @@
 namespace cfmctl {
 
 // `format` is one of kViewFormats. Warnings of the agent, such as of leaves
-// that nobody answers, are printed. Throws Failure, also when nothing that the
-// view shows could be had.
+// that nobody answers, are printed, and then it ends with kIncomplete. Throws
+// Failure.
 void ShowStatus(const Environment& environment, StatusView view, const MepSelection& selection,
                 const std::string& format);
 

@@ -4,13 +4,17 @@
 
 #include <algorithm>
 #include <memory>
+#include <system_error>
 
 #include "choices.h"
+#include "client/daemon_presence.h"
 #include "client/element_watch.h"
+#include "client/open_stream.h"
 #include "command.h"
 #include "core/counts.h"
 #include "core/escape.h"
 #include "core/failure.h"
+#include "validators.h"
 
 namespace cfmctl {
 namespace {
@@ -68,13 +72,6 @@ Lines DaemonLines(const ElementWatch& element) {
   return lines;
 }
 
-bool DaemonIsThere(const ElementWatch& element) {
-  return element.Agent() && !element.Agent()->subscribers().empty() &&
-         std::ranges::any_of(
-             element.Agent()->providers(),
-             [](const agent::ProviderStatus& provider) { return !provider.lost(); });
-}
-
 Lines ManagerLines(const ElementWatch& element) {
   if (!element.Manager()) {
     return {"not there: " + element.ManagerAbsence()};
@@ -87,51 +84,90 @@ Lines ManagerLines(const ElementWatch& element) {
 
 struct PartOfElement {
   std::string_view name;
+  void (*look)(ElementWatch& element);
   bool (*is_there)(const ElementWatch& element);
   Lines (*lines)(const ElementWatch& element);
 };
 
 constexpr PartOfElement kPartsOfElement[] = {
-    {kParts[0], [](const ElementWatch& element) { return element.Agent().has_value(); },
-     AgentLines},
-    {kParts[1], DaemonIsThere, DaemonLines},
-    {kParts[2], [](const ElementWatch& element) { return element.Manager().has_value(); },
-     ManagerLines},
+    {kParts[0], [](ElementWatch& element) { element.LookAtAgent(); },
+     [](const ElementWatch& element) { return element.Agent().has_value(); }, AgentLines},
+    {kParts[1], [](ElementWatch&) {},  // the agent tells of it
+     [](const ElementWatch& element) { return element.Agent() && DaemonIsThere(*element.Agent()); },
+     DaemonLines},
+    {kParts[2], [](ElementWatch& element) { element.LookAtManager(); },
+     [](const ElementWatch& element) { return element.Manager().has_value(); }, ManagerLines},
 };
+
+bool IsAskedFor(const Options& options, std::string_view part) {
+  return std::ranges::find(options.parts, part) != options.parts.end();
+}
+
+// The daemon gives the manager its configuration after it has become known.
+bool LacksConfiguration(const ElementWatch& element, const Options& options) {
+  return IsAskedFor(options, "daemon") && IsAskedFor(options, "manager") && element.Agent() &&
+         element.Agent()->txid() > 0 && element.Manager() && element.Manager()->number == 0;
+}
 
 std::vector<std::string> Missing(const ElementWatch& element, const Options& options) {
   std::vector<std::string> missing;
   for (const PartOfElement& part : kPartsOfElement) {
-    if (std::ranges::find(options.parts, part.name) != options.parts.end() &&
-        !part.is_there(element)) {
+    if (IsAskedFor(options, part.name) && !part.is_there(element)) {
       missing.emplace_back(part.name);
     }
+  }
+  if (LacksConfiguration(element, options)) {
+    missing.emplace_back("the manager's configuration");
   }
   return missing;
 }
 
-void PrintStatus(const Environment& environment, const ElementWatch& element) {
+void PrintPart(const Environment& environment, const ElementWatch& element,
+               const PartOfElement& part) {
+  std::string_view title = part.name;
+  for (const std::string& line : part.lines(element)) {
+    fmt::print(environment.out, "{:<8} {}\n", title, Printable(line));
+    title = {};
+  }
+  environment.out.flush();
+}
+
+// What hangs must not keep what is known back.
+void LookAndPrint(const Environment& environment, ElementWatch& element) {
   for (const PartOfElement& part : kPartsOfElement) {
-    std::string_view title = part.name;
-    for (const std::string& line : part.lines(element)) {
-      fmt::print(environment.out, "{:<8} {}\n", title, Printable(line));
-      title = {};
+    part.look(element);
+    PrintPart(environment, element, part);
+  }
+}
+
+void AwaitAll(const Environment& environment, ElementWatch& element, const Options& options,
+              const Deadline& deadline) {
+  try {
+    while (!Missing(element, options).empty() && element.AwaitChange(deadline)) {
     }
+  } catch (const std::system_error& error) {
+    throw Failure(ExitStatus::kUnreachable,
+                  fmt::format("cannot watch for the element in {}: {}; {}", environment.runtime_dir,
+                              error.code().message(), ReachAdvice(error.code(), "agentd")));
+  }
+  for (const PartOfElement& part : kPartsOfElement) {
+    PrintPart(environment, element, part);
   }
 }
 
 void Status(const Environment& environment, const Options& options) {
   const auto wait = ToMilliseconds(options.wait.value_or(0));
+  const bool waits = wait.count() > 0;
   const Deadline deadline = Deadline::After(wait);
-  const auto timeout = options.wait ? std::min(environment.Timeout(), wait) : environment.Timeout();
-  ElementWatch element(environment.AgentSocket(), environment.ManagerSocket(), timeout);
-  bool in_time = true;
-  while (in_time && options.wait && !Missing(element, options).empty()) {
-    in_time = element.AwaitChange(deadline);
+  ElementWatch element(environment.AgentSocket(), environment.ManagerSocket(),
+                       waits ? std::min(environment.Timeout(), wait) : environment.LookTimeout());
+  if (waits) {
+    AwaitAll(environment, element, options, deadline);
+  } else {
+    LookAndPrint(environment, element);
   }
-  PrintStatus(environment, element);
   const std::vector<std::string> missing = Missing(element, options);
-  if (!missing.empty() && options.wait) {
+  if (!missing.empty() && waits) {
     throw Failure(ExitStatus::kTimedOut,
                   fmt::format("not there after {} s: {}", *options.wait, fmt::join(missing, ", ")));
   }
@@ -145,14 +181,15 @@ void Status(const Environment& environment, const Options& options) {
 void AddStatus(CLI::App& app, Environment& environment) {
   app.description("Show whether agent, daemon and CFM manager are there, or wait for them");
   app.footer(
-      "Exits with 0 when all that was asked for is there, else with 3, after --wait with 4.\n\n"
+      "Exits with 0 when all that was asked for is there, else with 3, after --wait with 4.\n"
+      "The daemon and the manager are ready when what is committed has reached the manager.\n\n"
       "Examples:\n"
       "  cfmctl status\n"
       "  cfmctl status --wait 30                      in a script, before the first commit\n"
       "  cfmctl status --wait 5 --for agent,manager   whether or not there is a daemon");
   const auto options = std::make_shared<Options>();
-  app.add_option("--wait", options->wait, "Wait by events for at most so many seconds")
-      ->check(CLI::Range(0.0, 86400.0));
+  app.add_option("--wait", options->wait, "Wait by events for at most so many seconds; 0: one look")
+      ->check(SecondsFrom(0));
   app.add_option("--for", options->parts, "agent, daemon, manager: what has to be there (all)")
       ->delimiter(',')
       ->check(OneOf(kParts));

@@ -10,6 +10,7 @@
 #include "command.h"
 #include "core/counts.h"
 #include "core/failure.h"
+#include "validators.h"
 
 namespace cfmctl {
 namespace {
@@ -72,7 +73,7 @@ void AddVerify(CLI::App& app, Environment& environment) {
       "  cfmctl verify --wait 0               at once, without patience for a commit under way");
   const auto wait = std::make_shared<double>(5);
   app.add_option("--wait", *wait, "Seconds that the two sides may take to become equal (5)")
-      ->check(CLI::Range(0.0, 86400.0));
+      ->check(SecondsFrom(0));
   app.callback([wait, &environment] { Verify(environment, *wait); });
 }
 

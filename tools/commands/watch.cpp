@@ -7,15 +7,18 @@
 #include <chrono>
 #include <memory>
 
+#include "client/daemon_presence.h"
+#include "client/poll_readable.h"
 #include "client/status_watch.h"
-#include "client/tree_codec.h"
 #include "command.h"
+#include "configuration.h"
+#include "core/condition_watch.h"
 #include "core/escape.h"
 #include "core/failure.h"
 #include "core/status_condition.h"
-#include "core/tree_location.h"
 #include "replies.h"
 #include "selection_arguments.h"
+#include "validators.h"
 
 namespace cfmctl {
 namespace {
@@ -38,24 +41,6 @@ std::vector<StatusCondition> ParseConditions(const std::vector<std::string>& tex
   }
 }
 
-// A MEP that was committed a moment ago has no record yet, so the records
-// alone do not tell who has to meet a condition.
-std::vector<MepName> ReadExpectedMeps(const Environment& environment,
-                                      const MepSelection& selection) {
-  cfm::agent::Request request;
-  request.mutable_get()->set_datastore(cfm::agent::DATASTORE_RUNNING);
-  request.mutable_get()->set_format(cfm::agent::FORMAT_TREE);
-  const cfm::agent::Reply reply = environment.ConnectAgent().Ask(request);
-  CheckReply(environment, reply, "the configuration cannot be read");
-  const TreeNode top = ToTree(reply.node());
-  std::vector<MepName> meps;
-  for (const TreeNode* cfm : NodesAt(top, ParsePath(""))) {
-    std::ranges::copy_if(ConfiguredMeps(*cfm), std::back_inserter(meps),
-                         [&](const MepName& name) { return selection.Selects(name); });
-  }
-  return meps;
-}
-
 // Of this time, in UTC: 2026-11-20T23:05:00.123Z
 std::string TimeStamp() {
   using namespace std::chrono;
@@ -69,43 +54,79 @@ std::string TimeStamp() {
 class Observation {
  public:
   Observation(const Environment& environment, const Options& options)
-      : environment_(environment),
-        options_(options),
-        conditions_(ParseConditions(options.conditions)) {
-    if (!conditions_.empty()) {
-      expected_ = ReadExpectedMeps(environment, options.selection);
+      : environment_(environment), options_(options) {
+    const auto conditions = ParseConditions(options.conditions);
+    if (conditions.empty() && options.selection.IsEverything()) {
+      return;
+    }
+    const TreeNode configuration = ReadConfiguration(environment);
+    if (!IsConfigured(configuration, options.selection)) {
+      PrintWarnings(environment, {ToText(options.selection) + " is not configured"});
+    }
+    // A MEP that was committed a moment ago has no record yet, so the records
+    // alone do not tell who has to meet a condition.
+    const auto expected = ConfiguredMeps(configuration, options.selection);
+    for (const StatusCondition& condition : conditions) {
+      conditions_.emplace_back(condition, options.selection, expected);
     }
   }
 
-  void Announce(const StatusBoard& board) {
+  void Begin(const StatusBoard& board, bool daemon_is_there) {
     fmt::print(environment_.err, "watching {}, {} with a status\n",
-               Printable(ToText(options_.selection)), board.Paths(options_.selection).size());
+               Printable(ToText(options_.selection)), board.Count(options_.selection));
     environment_.err.flush();
+    for (const auto& [path, record] : board.All()) {
+      Follow(path, &record);
+    }
+    daemon_is_there_ = daemon_is_there;
+    if (!daemon_is_there) {
+      WarnOfAbsence();
+    }
   }
 
-  void Print(const std::vector<StatusChange>& changes) {
-    for (const StatusChange& change : changes) {
+  // What the status says is frozen while the daemon is away.
+  void SetDaemon(bool is_there) {
+    if (is_there == daemon_is_there_) {
+      return;
+    }
+    daemon_is_there_ = is_there;
+    if (is_there) {
+      fmt::print(environment_.err, "cfmctl: the daemon is there again\n");
+    } else {
+      WarnOfAbsence();
+    }
+  }
+
+  void Take(const StatusNews& news, const StatusBoard& board) {
+    for (const StatusChange& change : news.changes) {
       if (options_.selection.Selects(change.name) && !EnoughLines()) {
         fmt::print(environment_.out, "{} {}\n", TimeStamp(), Printable(ToText(change)));
         environment_.out.flush();
         ++printed_;
       }
     }
+    for (const std::string& path : news.paths) {
+      Follow(path, board.Find(path));
+    }
   }
 
-  bool IsOver(const StatusBoard& board) const {
-    const bool conditions_hold = !conditions_.empty() && Unmet(board).empty();
+  bool IsOver() const {
+    const bool conditions_hold = !conditions_.empty() && daemon_is_there_ &&
+                                 std::ranges::all_of(conditions_, &ConditionWatch::Holds);
     return EnoughLines() || conditions_hold || !environment_.out;
   }
 
-  [[noreturn]] void TimeOut(const StatusBoard& board) const {
-    std::vector<std::string> lines = Unmet(board);
+  // A watch that waits for nothing has done what it should.
+  void TimeOut() const {
+    if (conditions_.empty() && !options_.count) {
+      return;
+    }
+    std::vector<std::string> lines = Unmet();
     const std::size_t all = lines.size();
     lines.resize(std::min(all, kMaxShown));
     if (all > kMaxShown) {
       lines.push_back(fmt::format("and {} more", all - kMaxShown));
     }
-    std::ranges::transform(lines, lines.begin(), Printable);
     throw Failure(ExitStatus::kTimedOut,
                   fmt::format("after {} s the watch ended without what it waited for",
                               environment_.timeout_seconds.value_or(0)),
@@ -115,36 +136,77 @@ class Observation {
  private:
   bool EnoughLines() const { return options_.count && printed_ >= *options_.count; }
 
-  std::vector<std::string> Unmet(const StatusBoard& board) const {
-    const auto records = board.Records(options_.selection);
+  void WarnOfAbsence() const {
+    PrintWarnings(environment_, {"the daemon is not there: the status stands still until it is"});
+    environment_.err.flush();
+  }
+
+  void Follow(const std::string& path, const TreeNode* record) {
+    for (ConditionWatch& condition : conditions_) {
+      condition.Update(path, record);
+    }
+  }
+
+  std::vector<std::string> Unmet() const {
     std::vector<std::string> lines;
-    for (const StatusCondition& condition : conditions_) {
-      std::ranges::move(cfmctl::Unmet(condition, records, expected_), std::back_inserter(lines));
+    if (!daemon_is_there_) {
+      lines.emplace_back("the daemon is not there");
+    }
+    for (const ConditionWatch& condition : conditions_) {
+      std::ranges::move(condition.Unmet(), std::back_inserter(lines));
     }
     return lines;
   }
 
   const Environment& environment_;
   const Options& options_;
-  std::vector<StatusCondition> conditions_;
-  std::vector<MepName> expected_;
+  std::vector<ConditionWatch> conditions_;
+  bool daemon_is_there_ = false;
   std::size_t printed_ = 0;
 };
+
+// Takes the news that are there, until the observation is over or the time is.
+// Whether all were taken.
+bool TakeNews(const Environment& environment, StatusWatch& watch, Observation& observation,
+              const Deadline& deadline) {
+  const Deadline now = Deadline::After(std::chrono::milliseconds(0));
+  while (!observation.IsOver() && !deadline.Passed()) {
+    const auto news = watch.Next(now);
+    if (!news) {
+      return true;
+    }
+    PrintWarnings(environment, watch.TakeWarnings());
+    observation.Take(*news, watch.Board());
+  }
+  return false;
+}
 
 void Watch(const Environment& environment, const Options& options) {
   const Deadline deadline =
       environment.timeout_seconds ? Deadline::After(environment.Timeout()) : Deadline::Never();
   Observation observation(environment, options);
+  DaemonWatch daemon(environment.ConnectAgent(), Deadline::After(environment.Timeout()));
+  // A daemon that comes back first withdraws what it said before, and what it
+  // says before it goes is frozen then. So it has to be there before news are
+  // taken and after.
+  const bool daemon_is_there = daemon.IsThere();
   StatusWatch watch(environment.ConnectAgent(), Deadline::After(environment.Timeout()));
   PrintWarnings(environment, watch.TakeWarnings());
-  observation.Announce(watch.Board());
-  while (!observation.IsOver(watch.Board())) {
-    const auto changes = watch.Next(deadline);
-    if (!changes) {
-      observation.TimeOut(watch.Board());
+  observation.Begin(watch.Board(), daemon_is_there);
+  while (true) {
+    const bool was_there = daemon.IsThere();
+    const bool all_taken = TakeNews(environment, watch, observation, deadline);
+    const bool is_there = daemon.IsThere();
+    observation.SetDaemon(was_there && is_there);
+    if (observation.IsOver()) {
+      return;
     }
-    PrintWarnings(environment, watch.TakeWarnings());
-    observation.Print(*changes);
+    const bool may_sleep = all_taken && was_there == is_there;
+    const bool is_late =
+        deadline.Passed() || (may_sleep && !PollReadable({watch.Fd(), daemon.Fd()}, deadline));
+    if (is_late) {
+      return observation.TimeOut();
+    }
   }
 }
 
@@ -157,8 +219,9 @@ void AddWatch(CLI::App& app, Environment& environment) {
       "(every selected MEP has it) or LEAF!=VALUE (none has it), of the leaves that \"cfmctl show\n"
       "status --format xml\" shows, such as state and tx-rdi; or defect=LETTER, defect!=LETTER "
       "for\n"
-      "one of the defects. It waits also for MEPs that are configured and have no status yet.\n"
-      "With --timeout the watch ends with status 4 after so many seconds.\n" +
+      "one of the defects. It waits also for MEPs that are configured and have no status yet,\n"
+      "and for a daemon that is away. With --timeout the watch ends after so many seconds, with\n"
+      "status 4 when it waits for something.\n" +
       std::string(kSelectionHelp) +
       "\n\n"
       "Examples:\n"
@@ -173,7 +236,7 @@ void AddWatch(CLI::App& app, Environment& environment) {
                  "CONDITION that ends the watch; of several, all have to hold at once")
       ->allow_extra_args(false);
   app.add_option("--count", options->count, "Number of lines after which the watch ends")
-      ->check(CLI::PositiveNumber);
+      ->check(CountOf("lines"));
   app.callback([options, &environment] { Watch(environment, *options); });
 }
 

@@ -40,6 +40,10 @@ std::string Printable(std::string_view text) {
   return result;
 }
 
+std::string Visible(std::string_view value) {
+  return value.empty() ? "\"\"" : std::string(value);
+}
+
 std::string JsonString(std::string_view text) {
   std::string result = "\"";
   for (const char c : text) {

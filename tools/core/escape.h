@@ -11,6 +11,8 @@ namespace cfmctl {
 
 // For a terminal: other bytes than printable ASCII as \xHH.
 std::string Printable(std::string_view text);
+// A value for people, who would not see an empty one: "".
+std::string Visible(std::string_view value);
 // A JSON string with its quotes, and the content of an XML element. Other
 // bytes than printable ASCII become U+FFFD: what is no UTF-8 and what XML
 // cannot carry has no true representation there.

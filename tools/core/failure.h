@@ -15,6 +15,7 @@ enum class ExitStatus {
   kUsage = 2,        // command line or input file
   kUnreachable = 3,  // agent or manager
   kTimedOut = 4,
+  kIncomplete = 5,  // shown, but something is missing
 };
 
 class Failure : public std::runtime_error {

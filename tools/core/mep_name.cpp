@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <charconv>
 
 #include "path.h"
@@ -33,21 +34,52 @@ std::vector<int> LocalMeps(const TreeNode& ma) {
   return ids;
 }
 
-void AddMepsOf(const std::string& md, const TreeNode& ma, std::vector<MepName>& meps) {
-  const std::string name = ChildValue(ma, "id").value_or("");
-  const std::vector<int> local = LocalMeps(ma);
-  if (local.empty()) {
-    return;
-  }
-  for (const int id : local) {
-    meps.push_back({md, name, false, {}, id});
-  }
-  const auto seen_by = local.size() == 1 ? std::optional(local.front()) : std::nullopt;
-  for (const std::string& remote : ChildValues(ma, "remote-meps")) {
-    if (const auto id = ToNumber(remote)) {
-      meps.push_back({md, name, true, seen_by, *id});
+// The remote MEPs of an MA.
+std::vector<int> RemoteMeps(const TreeNode& ma) {
+  std::vector<int> ids;
+  for (const std::string& text : ChildValues(ma, "remote-meps")) {
+    if (const auto id = ToNumber(text)) {
+      ids.push_back(*id);
     }
   }
+  return ids;
+}
+
+void AddMepsOf(const std::string& md, const TreeNode& ma, const MepSelection& selection,
+               std::vector<MepName>& meps) {
+  const std::string name = ChildValue(ma, "id").value_or("");
+  const std::vector<int> local = LocalMeps(ma);
+  for (const int id : local) {
+    if (const MepName mep{md, name, false, {}, id}; selection.Selects(mep)) {
+      meps.push_back(mep);
+    }
+  }
+  const auto seen_by = local.size() == 1 ? std::optional(local.front()) : std::nullopt;
+  for (const int id : RemoteMeps(ma)) {
+    const bool is_selected = std::ranges::any_of(local, [&](int seer) {
+      return selection.Selects({md, name, true, seer, id});
+    });
+    if (is_selected) {
+      meps.push_back({md, name, true, seen_by, id});
+    }
+  }
+}
+
+bool HasMep(const TreeNode& ma, const std::optional<int>& mep) {
+  const auto has = [&](const std::vector<int>& ids) {
+    return std::ranges::find(ids, *mep) != ids.end();
+  };
+  return !mep || has(LocalMeps(ma)) || has(RemoteMeps(ma));
+}
+
+bool HasMa(const TreeNode& md, const MepSelection& selection) {
+  if (!selection.ma && !selection.mep) {
+    return true;
+  }
+  return std::ranges::any_of(md.children, [&](const TreeNode& ma) {
+    return ma.name == "ma" && (!selection.ma || ChildValue(ma, "id") == selection.ma) &&
+           HasMep(ma, selection.mep);
+  });
 }
 
 std::string MepStep(int id) {
@@ -82,16 +114,23 @@ std::optional<MepName> NameOfRecord(const TreeNode& record) {
   return MepName{*md, *ma, is_remote, seen_by, *id};
 }
 
-std::vector<MepName> ConfiguredMeps(const TreeNode& cfm) {
+std::vector<MepName> ConfiguredMeps(const TreeNode& cfm, const MepSelection& selection) {
   std::vector<MepName> meps;
   for (const TreeNode& md : cfm.children) {
     for (const TreeNode& ma : md.children) {
       if (ma.name == "ma") {
-        AddMepsOf(ChildValue(md, "id").value_or(""), ma, meps);
+        AddMepsOf(ChildValue(md, "id").value_or(""), ma, selection, meps);
       }
     }
   }
   return meps;
+}
+
+bool IsConfigured(const TreeNode& cfm, const MepSelection& selection) {
+  return selection.IsEverything() || std::ranges::any_of(cfm.children, [&](const TreeNode& md) {
+           return md.name == "md" && (!selection.md || ChildValue(md, "id") == selection.md) &&
+                  HasMa(md, selection);
+         });
 }
 
 bool MepSelection::Selects(const MepName& name) const {

@@ -33,11 +33,6 @@ std::string ToText(const MepName& name);
 // Of a status record: nothing while its identity is not all written.
 std::optional<MepName> NameOfRecord(const TreeNode& record);
 
-// The MEPs of the container /config/oam/cfm, local and remote ones. A remote
-// MEP is seen by the local MEP of its MA where that is the only one; an MA
-// without local MEPs sees nothing.
-std::vector<MepName> ConfiguredMeps(const TreeNode& cfm);
-
 // What is not given stands for all.
 struct MepSelection {
   std::optional<std::string> md;
@@ -48,6 +43,15 @@ struct MepSelection {
   bool IsEverything() const { return !md && !ma && !mep; }
   bool Selects(const MepName& name) const;
 };
+
+// The selected MEPs of the container /config/oam/cfm, local and remote ones. A
+// local MEP comes with the remote MEPs of its MA. Who sees a remote MEP is
+// known where its MA has one local MEP; an MA without any sees nothing.
+std::vector<MepName> ConfiguredMeps(const TreeNode& cfm, const MepSelection& selection);
+
+// Whether the container /config/oam/cfm has an MD, MA or MEP, local or remote,
+// that is named so.
+bool IsConfigured(const TreeNode& cfm, const MepSelection& selection);
 
 // "MD east, MA blue, MEP 5", or "every MEP".
 std::string ToText(const MepSelection& selection);

@@ -2,7 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "defects.h"
+#include "escape.h"
 #include "status_model.h"
 
 namespace cfmctl {
@@ -22,7 +26,7 @@ std::string ValueText(const std::string& leaf, const std::optional<std::string>&
   if (!value) {
     return "none";
   }
-  return leaf == "defects" ? WithMeaning(*value) : *value;
+  return leaf == "defects" ? WithMeaning(*value) : Visible(*value);
 }
 
 StatusChange Appearance(const MepName& name, const TreeNode& record) {
@@ -92,35 +96,23 @@ std::string ToText(const StatusChange& change) {
 
 std::vector<StatusChange> StatusBoard::Apply(const std::string& path,
                                              std::optional<TreeNode> entry) {
-  const auto known = records_.find(path);
-  const TreeNode before = known == records_.end() ? TreeNode() : known->second;
-  const TreeNode after = entry.value_or(TreeNode());
-  if (entry) {
-    records_.insert_or_assign(path, std::move(*entry));
-  } else {
-    records_.erase(path);
+  const auto known = records_.try_emplace(path).first;
+  const TreeNode before = std::exchange(known->second, entry ? std::move(*entry) : TreeNode());
+  std::vector<StatusChange> changes = Compare(before, known->second);
+  if (!entry) {
+    records_.erase(known);
   }
-  return Compare(before, after);
+  return changes;
 }
 
-std::vector<const TreeNode*> StatusBoard::Records(const MepSelection& selection) const {
-  std::vector<const TreeNode*> records;
-  for (const auto& [path, record] : records_) {
-    if (IsSelected(record, selection)) {
-      records.push_back(&record);
-    }
-  }
-  return records;
+const TreeNode* StatusBoard::Find(const std::string& path) const {
+  const auto found = records_.find(path);
+  return found == records_.end() ? nullptr : &found->second;
 }
 
-std::vector<std::string> StatusBoard::Paths(const MepSelection& selection) const {
-  std::vector<std::string> paths;
-  for (const auto& [path, record] : records_) {
-    if (IsSelected(record, selection)) {
-      paths.push_back(path);
-    }
-  }
-  return paths;
+std::size_t StatusBoard::Count(const MepSelection& selection) const {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      records_, [&](const auto& record) { return IsSelected(record.second, selection); }));
 }
 
 }  // namespace cfmctl

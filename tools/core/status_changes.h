@@ -5,11 +5,10 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <tuple>
 #include <vector>
 
 #include "mep_name.h"
+#include "record_order.h"
 #include "status_records.h"
 
 namespace cfmctl {
@@ -37,20 +36,15 @@ class StatusBoard {
   // changed for people, in the order of the model.
   std::vector<StatusChange> Apply(const std::string& path, std::optional<TreeNode> entry);
 
-  // Of the MEPs that are selected.
-  std::vector<const TreeNode*> Records(const MepSelection& selection) const;
-  std::vector<std::string> Paths(const MepSelection& selection) const;
+  using Records = std::map<std::string, TreeNode, ByRecordNumber>;  // by path
+  const Records& All() const { return records_; }
+  // Null when there is none at the path.
+  const TreeNode* Find(const std::string& path) const;
+  // How many are of MEPs that are selected.
+  std::size_t Count(const MepSelection& selection) const;
 
  private:
-  // Record 9 before record 10.
-  struct ByNumber {
-    bool operator()(const std::string& left, const std::string& right) const {
-      return std::tuple(left.size(), std::string_view(left)) <
-             std::tuple(right.size(), std::string_view(right));
-    }
-  };
-
-  std::map<std::string, TreeNode, ByNumber> records_;  // by path
+  Records records_;
 };
 
 }  // namespace cfmctl

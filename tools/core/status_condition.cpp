@@ -4,9 +4,10 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <set>
+#include <span>
 
 #include "defects.h"
+#include "escape.h"
 #include "status_model.h"
 
 namespace cfmctl {
@@ -15,8 +16,25 @@ namespace {
 constexpr std::string_view kDefect = "defect";    // one letter of
 constexpr std::string_view kDefects = "defects";  // the leaf
 
-std::string_view LeafOf(const StatusCondition& condition) {
-  return condition.leaf == kDefect ? kDefects : std::string_view(condition.leaf);
+// Leaves that the model calls text and whose values are known all the same.
+struct KnownTexts {
+  std::string_view leaf;
+  std::span<const std::string_view> values;
+};
+constexpr std::string_view kBlockStates[] = {"N/A", "Forwarding", "Blocked"};
+constexpr KnownTexts kKnownTexts[] = {{"block-state", kBlockStates}};
+constexpr std::string_view kMacAddress = "mac-address";
+
+// As records have it: 02:00:00:00:00:05.
+bool IsMacAddress(std::string_view text) {
+  constexpr std::size_t kLength = 17;
+  bool is_one = text.size() == kLength;
+  for (std::size_t i = 0; is_one && i < kLength; ++i) {
+    const bool is_digit =
+        std::string_view("0123456789abcdef").find(text[i]) != std::string_view::npos;
+    is_one = i % 3 == 2 ? text[i] == ':' : is_digit;
+  }
+  return is_one;
 }
 
 const StatusLeaf* FindWritten(std::string_view list, std::string_view leaf) {
@@ -44,6 +62,11 @@ std::vector<std::string_view> ValuesOf(std::string_view name) {
     std::ranges::transform(Defects(), std::back_inserter(values), &Defect::letter);
     return values;
   }
+  for (const KnownTexts& known : kKnownTexts) {
+    if (known.leaf == name) {
+      return {known.values.begin(), known.values.end()};
+    }
+  }
   for (const StatusList& list : StatusModel()) {
     if (const StatusLeaf* const leaf = FindWritten(list.name, name)) {
       values.assign(leaf->values.begin(), leaf->values.end());
@@ -52,26 +75,29 @@ std::vector<std::string_view> ValuesOf(std::string_view name) {
   return values;
 }
 
-bool Concerns(const StatusCondition& condition, std::string_view list) {
-  return FindWritten(list, LeafOf(condition)) != nullptr;
-}
-
 bool HasValue(const StatusCondition& condition, const std::string& value) {
   return condition.leaf == kDefect ? value.find(condition.value) != std::string::npos
                                    : value == condition.value;
 }
 
-// Empty when the condition holds for the record.
+}  // namespace
+
+std::string_view LeafOf(const StatusCondition& condition) {
+  return condition.leaf == kDefect ? kDefects : std::string_view(condition.leaf);
+}
+
+bool Concerns(const StatusCondition& condition, std::string_view list) {
+  return FindWritten(list, LeafOf(condition)) != nullptr;
+}
+
 std::string Obstacle(const StatusCondition& condition, const TreeNode& record) {
   const auto value = ChildValue(record, LeafOf(condition));
   if (!value) {
     return fmt::format("{} is not known yet", LeafOf(condition));
   }
   const bool holds = HasValue(condition, *value) == condition.equal;
-  return holds ? "" : fmt::format("{} is {}", LeafOf(condition), *value);
+  return holds ? "" : fmt::format("{} is {}", LeafOf(condition), Visible(*value));
 }
-
-}  // namespace
 
 StatusCondition ParseCondition(std::string_view text) {
   const std::size_t sign = text.find('=');
@@ -92,6 +118,10 @@ StatusCondition ParseCondition(std::string_view text) {
     throw ConditionError(fmt::format("condition \"{}\": {} is one of {}", text, condition.leaf,
                                      fmt::join(values, ", ")));
   }
+  if (condition.leaf == kMacAddress && !IsMacAddress(condition.value)) {
+    throw ConditionError(
+        fmt::format("condition \"{}\": a {} is written like 02:00:00:00:00:0a", text, kMacAddress));
+  }
   return condition;
 }
 
@@ -108,34 +138,6 @@ std::vector<std::string> CompleteCondition(std::string_view partial) {
     }
   }
   return conditions;
-}
-
-std::vector<std::string> Unmet(const StatusCondition& condition,
-                               const std::vector<const TreeNode*>& records,
-                               const std::vector<MepName>& expected) {
-  std::vector<std::string> lines;
-  std::set<MepName> seen;
-  for (const TreeNode* record : records) {
-    const auto name = NameOfRecord(*record);
-    if (!name || !Concerns(condition, record->name)) {
-      continue;
-    }
-    seen.insert(WithoutObserver(*name));
-    const std::string obstacle = Obstacle(condition, *record);
-    if (!obstacle.empty()) {
-      lines.push_back(fmt::format("{}: {}", ToText(*name), obstacle));
-    }
-  }
-  for (const MepName& name : expected) {
-    const bool is_concerned = Concerns(condition, name.is_remote ? "remote" : "local");
-    if (is_concerned && !seen.contains(WithoutObserver(name))) {
-      lines.push_back(fmt::format("{}: has no status yet", ToText(name)));
-    }
-  }
-  if (lines.empty() && seen.empty()) {
-    lines.push_back(fmt::format("no MEP has a status with {}", LeafOf(condition)));
-  }
-  return lines;
 }
 
 }  // namespace cfmctl

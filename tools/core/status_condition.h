@@ -7,8 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "mep_name.h"
-#include "status_records.h"
+#include "tree.h"
 
 namespace cfmctl {
 
@@ -32,13 +31,12 @@ StatusCondition ParseCondition(std::string_view text);
 // Conditions that begin with `partial`, for the shell's completion.
 std::vector<std::string> CompleteCondition(std::string_view partial);
 
-// Lines that say where the condition does not hold; none when it holds. With =
-// every MEP has the value, with != none; a MEP has to have the leaf in either
-// case. The MEPs are those of the records, at least one, and those that are
-// expected.
-std::vector<std::string> Unmet(const StatusCondition& condition,
-                               const std::vector<const TreeNode*>& records,
-                               const std::vector<MepName>& expected);
+// The leaf of the records that the condition looks at.
+std::string_view LeafOf(const StatusCondition& condition);
+// Whether it is about the records of that list: "local", "remote".
+bool Concerns(const StatusCondition& condition, std::string_view list);
+// Why it does not hold for a record of such a list; empty when it holds.
+std::string Obstacle(const StatusCondition& condition, const TreeNode& record);
 
 }  // namespace cfmctl
 

@@ -12,11 +12,6 @@ bool BelongsTo(StatusView view, const StatusLeaf& leaf) {
   return leaf.origin == LeafOrigin::kIdentity || is_statistics == (view == StatusView::kStatistics);
 }
 
-bool IsIdentity(const TreeNode& record, const TreeNode& child) {
-  const StatusLeaf* const leaf = FindStatusLeaf(record.name, child.name);
-  return leaf == nullptr || leaf->origin == LeafOrigin::kIdentity;
-}
-
 }  // namespace
 
 bool IsSelected(const TreeNode& record, const MepSelection& selection) {
@@ -51,11 +46,16 @@ StatusRecords Narrowed(const StatusRecords& records, StatusView view) {
   return narrowed;
 }
 
-bool HoldsAnything(const StatusRecords& records) {
-  return std::ranges::any_of(records, [](const TreeNode& record) {
-    return !std::ranges::all_of(record.children,
-                                [&](const TreeNode& child) { return IsIdentity(record, child); });
-  });
+std::vector<std::string> LeavesOf(StatusView view) {
+  std::vector<std::string> names;
+  for (const StatusList& list : StatusModel()) {
+    for (const StatusLeaf& leaf : list.leaves) {
+      if (BelongsTo(view, leaf)) {
+        names.emplace_back(leaf.name);
+      }
+    }
+  }
+  return names;
 }
 
 }  // namespace cfmctl

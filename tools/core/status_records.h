@@ -30,8 +30,8 @@ enum class StatusView {
 // know are left out.
 StatusRecords Narrowed(const StatusRecords& records, StatusView view);
 
-// Whether one of the records has more than its identity.
-bool HoldsAnything(const StatusRecords& records);
+// Names of the leaves of the view, of either kind of record.
+std::vector<std::string> LeavesOf(StatusView view);
 
 }  // namespace cfmctl
 

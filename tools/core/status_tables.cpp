@@ -1,9 +1,11 @@
 #include "status_tables.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 
 #include "defects.h"
+#include "escape.h"
 #include "text_table.h"
 
 namespace cfmctl {
@@ -12,7 +14,7 @@ namespace {
 constexpr std::string_view kNone = "-";
 
 std::string Text(const std::string& value) {
-  return value.empty() ? std::string(kNone) : value;
+  return value;
 }
 
 struct Column {
@@ -92,21 +94,38 @@ std::string Table(const StatusRecords& records, std::string_view list,
   for (const TreeNode* record : Sorted(records, list)) {
     rows.emplace_back();
     for (const Column& column : columns) {
-      rows.back().push_back(Text(column.cell(ChildValue(*record, column.leaf).value_or(""))));
+      const auto value = ChildValue(*record, column.leaf);
+      rows.back().push_back(value ? Visible(column.cell(*value)) : std::string(kNone));
     }
   }
   return RenderTable(header, rows);
 }
 
+// The tables of local and of remote MEPs.
+std::array<std::span<const Column>, 2> ColumnsOf(StatusView view) {
+  if (view == StatusView::kStatus) {
+    return {kLocalStatus, kRemoteStatus};
+  }
+  return {kLocalStatistics, kRemoteStatistics};
+}
+
 }  // namespace
 
 std::string StatusTables(const StatusRecords& records, StatusView view) {
-  const bool is_status = view == StatusView::kStatus;
-  const std::string local =
-      is_status ? Table(records, "local", kLocalStatus) : Table(records, "local", kLocalStatistics);
-  const std::string remote = is_status ? Table(records, "remote", kRemoteStatus)
-                                       : Table(records, "remote", kRemoteStatistics);
+  const auto columns = ColumnsOf(view);
+  const std::string local = Table(records, "local", columns[0]);
+  const std::string remote = Table(records, "remote", columns[1]);
   return local + (local.empty() || remote.empty() ? "" : "\n") + remote;
+}
+
+std::vector<std::string> TableLeaves(StatusView view) {
+  std::vector<std::string> names;
+  for (const auto columns : ColumnsOf(view)) {
+    for (const Column& column : columns) {
+      names.emplace_back(column.leaf);
+    }
+  }
+  return names;
 }
 
 }  // namespace cfmctl

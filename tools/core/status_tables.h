@@ -8,9 +8,12 @@
 
 namespace cfmctl {
 
-// Sorted by MD, MA and MEP. "-" stands for a leaf that a record does not have.
-// No records: no text.
+// Sorted by MD, MA and MEP. "-" stands for a leaf that a record does not have,
+// "" for an empty value. No records: no text.
 std::string StatusTables(const StatusRecords& records, StatusView view);
+
+// Names of the leaves that the tables show.
+std::vector<std::string> TableLeaves(StatusView view);
 
 }  // namespace cfmctl
 
