@@ -74,7 +74,7 @@ void ExpectSoon(Element& element, const std::vector<std::string>& conditions) {
 }
 
 void ExpectRecordsSoon(Element& element) {
-  ExpectSoon(element, {"mac-address!=none"});
+  ExpectSoon(element, {"mac-address!=00:00:00:00:00:00"});
 }
 
 std::multiset<std::string> Records(Element& element) {

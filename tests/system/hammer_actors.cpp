@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* kStatus = "/element-cfm:status/oam/cfm";
 constexpr const char* kMixed = "commits came during the read: its parts show different commits";
-constexpr const char* kGone = "the entry is gone: left out ";
+constexpr const char* kGone = " went away during the read";
 constexpr const char* kLists[] = {"local", "remote"};
 // Steps between two requests, and before somebody hangs up.
 constexpr int kMostCommitPause = 24;
@@ -39,7 +39,7 @@ bool CheckWarnings(const std::string& path, const cfm::agent::Reply& reply) {
   bool is_mixed = false;
   for (const std::string& warning : reply.warnings()) {
     is_mixed = is_mixed || warning == kMixed;
-    if (warning != kMixed && warning.rfind(kGone, 0) != 0) {
+    if (warning != kMixed && !warning.ends_with(kGone)) {
       throw std::runtime_error("read of " + path + ": " + warning);
     }
   }
