@@ -19,7 +19,7 @@ Agent::Agent(sd_event* loop, const Options& options)
       providers_(loop, provider_model_,
                  {locks_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
       status_([this] { return ReadStatus(); }),
-      server_(loop, options.runtime_dir / "agentd.sock", options.port,
+      server_(loop, {options.runtime_dir / "agentd.sock", options.view_group, options.port},
               {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
                status_, provider_model_, operational_, writers_, watch_, providers_}) {
   providers_.OnChange([this] { status_.Changed(); });

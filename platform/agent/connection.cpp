@@ -23,6 +23,11 @@ std::string Presentable(const std::string& name) {
   return text;
 }
 
+// The others take locks, write status or answer in the daemon's name.
+bool IsForLooking(cfm::agent::Role role) {
+  return role == cfm::agent::ROLE_FRONT_END || role == cfm::agent::ROLE_SCHEMA;
+}
+
 bool IsConfdRole(cfm::agent::Role role) {
   return role != cfm::agent::ROLE_FRONT_END;
 }
@@ -82,6 +87,9 @@ std::string Connection::Objection(const cfm::agent::Hello& hello) const {
   }
   if (origin_ == Origin::kLoopback && !IsConfdRole(hello.role())) {
     return "front ends connect to the local socket of agentd only";
+  }
+  if (!MayChange() && !IsForLooking(hello.role())) {
+    return OnlyLooks(*this, "use the ConfD API");
   }
   return {};
 }

@@ -23,6 +23,7 @@ class Connection : public Peer {
   struct Who {
     pid_t pid = 0;
     std::string user{};
+    ipc::Access access = ipc::Access::kFull;
   };
   // Destroys the connection.
   using Forget = std::function<void(Connection* connection)>;
@@ -35,6 +36,7 @@ class Connection : public Peer {
   const std::string& Name() const override { return name_; }
   pid_t Pid() const override { return who_.pid; }
   const std::string& User() const override { return who_.user; }
+  bool MayChange() const override { return who_.access == ipc::Access::kFull; }
   std::size_t QueuedBytes() const override { return channel_.QueuedBytes(); }
 
   // Adds a program on the ConfD API; a front end asks for that and is none.

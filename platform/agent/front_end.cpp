@@ -17,6 +17,23 @@ using cfm::agent::Request;
 
 namespace {
 
+// Requests that leave everything as it is.
+bool Looks(const Request& request) {
+  switch (request.request_case()) {
+    case Request::kGet:
+    case Request::kValidateCandidate:
+    case Request::kDiffCandidate:
+    case Request::kGetStatus:
+    case Request::kWatchStatus:
+    case Request::kWatchOperational:
+      return true;
+    case Request::kEdit:
+      return request.edit().target() == cfm::agent::Edit::TEST_ONLY;
+    default:
+      return false;
+  }
+}
+
 // All entries of a full element take a third of this.
 constexpr std::size_t kMaxWatchBacklog = 16U << 20;
 
@@ -38,6 +55,9 @@ FrontEnd::~FrontEnd() {
 void FrontEnd::Handle(const Request& request) {
   if (committing_ || task_ != nullptr) {
     throw ipc::ProtocolError("a request before the reply to the one before it");
+  }
+  if (!peer_.MayChange() && !Looks(request)) {
+    return SendProblems(peer_, {{.message = OnlyLooks(peer_, "change anything")}});
   }
   switch (request.request_case()) {
     case Request::kGet:

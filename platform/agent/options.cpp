@@ -59,6 +59,10 @@ ParsedOptions ParseOptions(int argc, char** argv) {
                  "Seconds that a data provider may take over a read or an action")
       ->check(CLI::Range(0.001, 3600.0))
       ->capture_default_str();
+  app.add_option("--view-group", options.view_group,
+                 "Group whose members may look at everything and change nothing; when there is "
+                 "none of that name, nobody may")
+      ->capture_default_str();
   const auto* port_option =
       app.add_option("--port", port,
                      "Also listen on this port of 127.0.0.1, for programs on the ConfD API; every "

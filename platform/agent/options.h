@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace agentd {
 
@@ -19,6 +20,7 @@ struct Options {
   // How long a data provider may take over a request.
   std::chrono::microseconds provider_timeout{std::chrono::seconds(10)};
   std::optional<std::uint16_t> port;
+  std::string view_group = "cfm-view";  // whose members may look
 };
 
 // Options, or the exit status of a process that has nothing more to do (help,

@@ -1,11 +1,14 @@
 #include "role.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <span>
 
 #include "data_session.h"
 #include "frame.h"
 #include "front_end.h"
+#include "peer.h"
 #include "provider_roles.h"
 #include "subscriber.h"
 #include "utf8.h"
@@ -33,6 +36,11 @@ Result<std::shared_ptr<Role>> MakeWorker(std::uint64_t provider, const Services&
 }
 
 }  // namespace
+
+std::string OnlyLooks(const Peer& peer, const std::string& wish) {
+  return "user " + peer.User() + " may look, but not " + wish + ": become a member of group " +
+         ipc::GroupName(getegid()) + " of agentd, or ask one";
+}
 
 Result<std::shared_ptr<Role>> MakeRole(const cfm::agent::Hello& hello, const Services& services,
                                        Peer& peer) {

@@ -55,6 +55,8 @@ class Peer {
   virtual pid_t Pid() const = 0;
   // Login name of the process's user; its number when it has none.
   virtual const std::string& User() const = 0;
+  // False for one that may only look.
+  virtual bool MayChange() const = 0;
   // What waits for the peer to read it.
   virtual std::size_t QueuedBytes() const = 0;
   std::string Describe() const { return Name() + " (process " + std::to_string(Pid()) + ")"; }
@@ -69,6 +71,9 @@ class Role : public std::enable_shared_from_this<Role> {
   // What the role adds to the reply to Hello.
   virtual void Welcome(cfm::agent::HelloReply&) const {}
 };
+
+// What a peer is told that asks for what it may not.
+std::string OnlyLooks(const Peer& peer, const std::string& wish);
 
 // The role that Hello asks for. Problems say why it cannot be had.
 Result<std::shared_ptr<Role>> MakeRole(const cfm::agent::Hello& hello, const Services& services,

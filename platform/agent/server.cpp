@@ -1,7 +1,6 @@
 #include "server.h"
 
 #include <pwd.h>
-#include <unistd.h>
 
 #include "frame.h"
 #include "log.h"
@@ -18,15 +17,19 @@ std::string UserName(uid_t uid) {
 
 }  // namespace
 
-Server::Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
-               const Services& services)
+Server::Server(sd_event* loop, const Doors& doors, const Services& services)
     : loop_(loop),
+      owner_(ipc::OwnerWithViewGroup(doors.view_group)),
       services_(services),
-      listener_(loop, path, kEventPriority, [this](ipc::UniqueFd socket, const ipc::Peer& peer) {
-        Accept(std::move(socket), peer);
-      }) {
-  if (port) {
-    loopback_.emplace(loop, *port, kEventPriority, [this](ipc::UniqueFd socket) {
+      listener_(
+          loop, doors.path, kEventPriority,
+          [this](ipc::UniqueFd socket, const ipc::Peer& peer) { Accept(std::move(socket), peer); },
+          ipc::SocketMode(owner_)) {
+  if (!owner_.view_gid) {
+    AGENT_LOG_INFO("there is no group '%s': nobody may only look", doors.view_group.c_str());
+  }
+  if (doors.port) {
+    loopback_.emplace(loop, *doors.port, kEventPriority, [this](ipc::UniqueFd socket) {
       Add(std::move(socket), {}, Connection::Origin::kLoopback);
     });
   }
@@ -39,14 +42,19 @@ void Server::AddTo(cfm::agent::Status& status) const {
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
-  if (ipc::MayConnect(peer, {geteuid(), getegid()})) {
-    Add(std::move(socket), {peer.pid, UserName(peer.uid)}, Connection::Origin::kLocalSocket);
+  const ipc::Access access = ipc::AccessOf(peer, owner_);
+  if (access != ipc::Access::kNone) {
+    Add(std::move(socket), {peer.pid, UserName(peer.uid), access},
+        Connection::Origin::kLocalSocket);
     return;
   }
   AGENT_LOG_WARNING("connection of process %d refused: user %u may not", peer.pid, peer.uid);
   cfm::agent::HelloReply reply;
-  reply.set_error("user " + std::to_string(peer.uid) +
-                  " may not connect to agentd: become a member of its group");
+  reply.set_error("user " + UserName(peer.uid) +
+                  " may not connect to agentd: become a member of its group " +
+                  ipc::GroupName(owner_.gid) +
+                  (owner_.view_gid ? ", or to look only, of " + ipc::GroupName(*owner_.view_gid)
+                                   : std::string()));
   ipc::SendFrame(socket.Get(), reply);
 }
 

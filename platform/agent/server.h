@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "connection.h"
 #include "loopback_listener.h"
@@ -15,10 +16,14 @@ namespace agentd {
 
 class Server {
  public:
-  // Listens at the path and, with a port, on 127.0.0.1 for programs on the
-  // ConfD API. Throws std::system_error.
-  Server(sd_event* loop, const std::filesystem::path& path, std::optional<std::uint16_t> port,
-         const Services& services);
+  struct Doors {
+    std::filesystem::path path;
+    std::string view_group;             // whose members may look
+    std::optional<std::uint16_t> port;  // of 127.0.0.1, for programs on the ConfD API
+  };
+
+  // Throws std::system_error.
+  Server(sd_event* loop, const Doors& doors, const Services& services);
 
   // Adds the programs that are connected.
   void AddTo(cfm::agent::Status& status) const;
@@ -28,6 +33,7 @@ class Server {
   void Add(ipc::UniqueFd socket, Connection::Who who, Connection::Origin origin);
 
   sd_event* loop_;
+  ipc::Owner owner_;
   Services services_;
   std::map<Connection*, std::unique_ptr<Connection>> connections_;
   ipc::Listener listener_;

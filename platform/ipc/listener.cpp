@@ -16,7 +16,6 @@
 namespace ipc {
 namespace {
 
-constexpr mode_t kSocketMode = 0660;
 constexpr std::uint64_t kPauseUsec = 1'000'000;
 
 [[noreturn]] void ThrowErrno(const std::filesystem::path& path, const char* operation) {
@@ -24,7 +23,7 @@ constexpr std::uint64_t kPauseUsec = 1'000'000;
                           std::string(operation) + " '" + path.native() + "'");
 }
 
-UniqueFd ListenAt(const std::filesystem::path& path) {
+UniqueFd ListenAt(const std::filesystem::path& path, mode_t mode) {
   const std::filesystem::path unfinished = path.parent_path() / ("." + path.filename().native());
   const UnixAddress address(unfinished);
   UniqueFd socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
@@ -37,7 +36,7 @@ UniqueFd ListenAt(const std::filesystem::path& path) {
   if (bind(socket.Get(), address.Get(), address.Size()) < 0) {
     ThrowErrno(unfinished, "bind socket");
   }
-  if (chmod(unfinished.c_str(), kSocketMode) < 0) {
+  if (chmod(unfinished.c_str(), mode) < 0) {
     ThrowErrno(unfinished, "set mode of");
   }
   if (listen(socket.Get(), SOMAXCONN) < 0) {
@@ -59,9 +58,9 @@ UniqueFd OpenSpare() {
 }  // namespace
 
 Listener::Listener(sd_event* loop, std::filesystem::path path, std::int64_t priority,
-                   AcceptHandler on_accept)
+                   AcceptHandler on_accept, mode_t mode)
     : path_(std::move(path)),
-      socket_(ListenAt(path_)),
+      socket_(ListenAt(path_, mode)),
       spare_(OpenSpare()),
       on_accept_(std::move(on_accept)) {
   sd_event_source* source = nullptr;

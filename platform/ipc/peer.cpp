@@ -1,7 +1,10 @@
 #include "peer.h"
 
+#include <grp.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -28,6 +31,11 @@ std::vector<gid_t> GroupsOf(int socket) {
   return groups;
 }
 
+bool IsMember(const Peer& peer, gid_t gid) {
+  return peer.gid == gid ||
+         std::find(peer.groups.begin(), peer.groups.end(), gid) != peer.groups.end();
+}
+
 }  // namespace
 
 Peer CredentialsOf(int socket) {
@@ -37,6 +45,30 @@ Peer CredentialsOf(int socket) {
     Fail();
   }
   return {credentials.pid, credentials.uid, credentials.gid, GroupsOf(socket)};
+}
+
+Access AccessOf(const Peer& peer, const Owner& owner) {
+  if (peer.uid == 0 || peer.uid == owner.uid || IsMember(peer, owner.gid)) {
+    return Access::kFull;
+  }
+  return owner.view_gid && IsMember(peer, *owner.view_gid) ? Access::kView : Access::kNone;
+}
+
+Owner OwnerWithViewGroup(const std::string& name) {
+  Owner owner{.uid = geteuid(), .gid = getegid()};
+  if (const group* found = getgrnam(name.c_str())) {
+    owner.view_gid = found->gr_gid;
+  }
+  return owner;
+}
+
+mode_t SocketMode(const Owner& owner) {
+  return owner.view_gid ? 0666 : 0660;
+}
+
+std::string GroupName(gid_t gid) {
+  const group* found = getgrgid(gid);
+  return found != nullptr ? found->gr_name : std::to_string(gid);
 }
 
 }  // namespace ipc

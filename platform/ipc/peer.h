@@ -1,10 +1,11 @@
-// Who is at the other end of a local socket, and whom a daemon lets in.
+// Who is at the other end of a local socket, and what a daemon lets it do.
 #ifndef IPC_PEER_H
 #define IPC_PEER_H
 
 #include <sys/types.h>
 
-#include <algorithm>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace ipc {
@@ -21,17 +22,28 @@ struct Peer {
 struct Owner {
   uid_t uid = 0;
   gid_t gid = 0;
+  std::optional<gid_t> view_gid{};  // whose members may look
 };
+
+enum class Access { kNone, kView, kFull };
 
 // Reads the credentials of a connected AF_UNIX socket. Throws
 // std::system_error.
 Peer CredentialsOf(int socket);
 
-// root, the daemon's own user, and the members of its group.
-inline bool MayConnect(const Peer& peer, const Owner& owner) {
-  return peer.uid == 0 || peer.uid == owner.uid || peer.gid == owner.gid ||
-         std::find(peer.groups.begin(), peer.groups.end(), owner.gid) != peer.groups.end();
-}
+// Full for root, the daemon's own user and the members of its group; kView for
+// the other members of the view group. Supplementary groups count.
+Access AccessOf(const Peer& peer, const Owner& owner);
+
+// This process. Nobody may only look when there is no group of that name now.
+Owner OwnerWithViewGroup(const std::string& name);
+
+// Mode for the socket of that owner: who only looks is no member of the
+// socket's group, and is told apart from others by AccessOf.
+mode_t SocketMode(const Owner& owner);
+
+// Name of the group; its number when it has none.
+std::string GroupName(gid_t gid);
 
 }  // namespace ipc
 

@@ -1,7 +1,6 @@
 // cfm-managerd: runs the continuity check of the element's CFM configuration on
 // the element's ports.
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <exception>
@@ -14,6 +13,7 @@
 #include "log_category.h"
 #include "options.h"
 #include "paths.h"
+#include "peer.h"
 #include "port_factory.h"
 #include "server.h"
 
@@ -28,8 +28,12 @@ void Serve(const cfm::Options& options) {
   cfm::PortFactory factory(loop.Get(), options.runtime_directory, log);
   cfm::ContinuityCheck check(
       loop.Get(), factory, [&interfaces] { return interfaces.Table(); }, log);
+  const ipc::Owner owner = ipc::OwnerWithViewGroup(options.view_group);
+  if (!owner.view_gid) {
+    log.Info("there is no group '" + options.view_group + "': nobody may only look");
+  }
   const cfm::Server server(loop.Get(), options.runtime_directory / ipc::ManagerSocket().filename(),
-                           {.uid = geteuid(), .gid = getegid()}, held, check, log);
+                           owner, held, check, log);
   loop.Run();
 }
 

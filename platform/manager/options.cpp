@@ -35,11 +35,16 @@ not given; CFM_LOG=journal|stderr chooses where the log goes.)";
 
 CommandLine ReadCommandLine(int argc, char** argv) {
   Options options{.runtime_directory = ipc::RuntimeDirectory(),
-                  .interface_table = ipc::InterfaceTablePath()};
+                  .interface_table = ipc::InterfaceTablePath(),
+                  .view_group = "cfm-view"};
   CLI::App app(kDescription, "cfm-managerd");
   app.add_option("--runtime-dir", options.runtime_directory, "Directory of socket and lock")
       ->capture_default_str();
   app.add_option("--interfaces", options.interface_table, "Interface table of the element")
+      ->capture_default_str();
+  app.add_option("--view-group", options.view_group,
+                 "Group whose members may observe what is configured, and no more; when there is "
+                 "none of that name, nobody may")
       ->capture_default_str();
   app.set_version_flag("--version", std::string("cfm-managerd ") + CFM_VERSION);
   app.footer(kExamples);

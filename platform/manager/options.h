@@ -4,12 +4,14 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace cfm {
 
 struct Options {
   std::filesystem::path runtime_directory;
   std::filesystem::path interface_table;
+  std::string view_group;  // whose members may observe
 };
 
 // Either options to run with, or the exit status of a command line that was

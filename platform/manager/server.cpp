@@ -51,10 +51,12 @@ Server::Server(sd_event* loop, const std::filesystem::path& socket, const ipc::O
       held_(held),
       check_(check),
       log_(log),
-      listener_(loop, socket, SD_EVENT_PRIORITY_NORMAL,
-                [this](ipc::UniqueFd connection, const ipc::Peer& peer) {
-                  Accept(std::move(connection), peer);
-                }) {
+      listener_(
+          loop, socket, SD_EVENT_PRIORITY_NORMAL,
+          [this](ipc::UniqueFd connection, const ipc::Peer& peer) {
+            Accept(std::move(connection), peer);
+          },
+          ipc::SocketMode(owner_)) {
   check_.SetListener([this](const engine::Effect& effect) { Report(effect); });
 }
 
@@ -63,16 +65,20 @@ Server::~Server() {
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
-  if (!ipc::MayConnect(peer, owner_)) {
+  const ipc::Access access = ipc::AccessOf(peer, owner_);
+  if (access == ipc::Access::kNone) {
     const std::string reason = fmt::format(
         "process {} of user {} and group {} may not use the CFM manager: run it as root, as user "
-        "{} or with group {}",
-        peer.pid, peer.uid, peer.gid, owner_.uid, owner_.gid);
+        "{} or with group {}{}",
+        peer.pid, peer.uid, peer.gid, owner_.uid, ipc::GroupName(owner_.gid),
+        owner_.view_gid ? ", or to observe only, with group " + ipc::GroupName(*owner_.view_gid)
+                        : std::string());
     log_.Warning("connection refused: " + reason);
     TurnAway(socket.Get(), reason);
     return;
   }
-  auto session = std::make_unique<Session>(loop_, std::move(socket), peer, SessionHandlers());
+  auto session =
+      std::make_unique<Session>(loop_, std::move(socket), peer, access, SessionHandlers());
   const Session* key = session.get();
   sessions_.emplace(key, std::move(session));
 }

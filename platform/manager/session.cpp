@@ -1,6 +1,7 @@
 #include "session.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -30,8 +31,10 @@ manager::Hello ReadHello(std::string_view payload) {
 
 }  // namespace
 
-Session::Session(sd_event* loop, ipc::UniqueFd socket, const ipc::Peer& peer, Handlers handlers)
+Session::Session(sd_event* loop, ipc::UniqueFd socket, const ipc::Peer& peer, ipc::Access access,
+                 Handlers handlers)
     : peer_(peer),
+      access_(access),
       handlers_(std::move(handlers)),
       channel_(
           loop, std::move(socket), SD_EVENT_PRIORITY_NORMAL,
@@ -56,6 +59,11 @@ void Session::OnHello(std::string_view payload) {
   manager::HelloReply reply;
   try {
     const manager::Hello hello = ReadHello(payload);
+    if (access_ != ipc::Access::kFull && hello.role() != manager::ROLE_OBSERVE) {
+      throw ipc::ProtocolError(
+          fmt::format("user {} may observe, but not configure: become a member of group {}",
+                      peer_.uid, ipc::GroupName(getegid())));
+    }
     name_ = LogText(hello.name());
     role_ = hello.role();
     applied_only_ = hello.applied_only();

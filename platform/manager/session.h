@@ -30,8 +30,9 @@ class Session {
     std::function<void(Session&, const std::string& reason)> on_end;
   };
 
-  // Throws std::system_error.
-  Session(sd_event* loop, ipc::UniqueFd socket, const ipc::Peer& peer, Handlers handlers);
+  // `access` is not kNone. Throws std::system_error.
+  Session(sd_event* loop, ipc::UniqueFd socket, const ipc::Peer& peer, ipc::Access access,
+          Handlers handlers);
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -57,6 +58,7 @@ class Session {
   void OnMessage(std::string_view payload);
 
   ipc::Peer peer_;
+  ipc::Access access_;
   std::string name_;
   manager::Role role_ = manager::ROLE_UNSPECIFIED;
   bool applied_only_ = false;

@@ -21,11 +21,13 @@ namespace {
 
 class Listener : public testing::Test {
  protected:
-  ipc::Listener Listen() {
-    return {loop_.Get(), path_, 0, [this](ipc::UniqueFd socket, const ipc::Peer& peer) {
+  ipc::Listener Listen(mode_t mode = 0660) {
+    return {loop_.Get(), path_, 0,
+            [this](ipc::UniqueFd socket, const ipc::Peer& peer) {
               accepted_ = std::move(socket);
               peer_ = peer;
-            }};
+            },
+            mode};
   }
 
   // A socket file that nobody listens at, as a killed process leaves it.
@@ -57,13 +59,15 @@ TEST_F(Listener, HandsOverConnectionsWithTheirCredentials) {
   EXPECT_EQ(byte, 'x');
 }
 
-TEST_F(Listener, LetsOwnerAndGroupConnect) {
-  const mode_t mask = umask(077);
-  const ipc::Listener listener = Listen();
-  umask(mask);
-  struct stat status {};
-  ASSERT_EQ(stat(path_.c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 07777, 0660U);
+TEST_F(Listener, HasTheModeThatItIsGivenWhateverTheMask) {
+  for (const mode_t mode : {0660, 0666}) {
+    const mode_t mask = umask(077);
+    const ipc::Listener listener = Listen(mode);
+    umask(mask);
+    struct stat status {};
+    ASSERT_EQ(stat(path_.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, mode);
+  }
 }
 
 TEST_F(Listener, LeavesNothingBehind) {

@@ -20,7 +20,15 @@ FrameStream::FrameStream(ipc::UniqueFd socket, std::chrono::milliseconds send_ti
 }
 
 void FrameStream::Send(const google::protobuf::MessageLite& message) {
-  ipc::SendFrame(socket_.Get(), message);
+  try {
+    ipc::SendFrame(socket_.Get(), message);
+  } catch (const std::system_error& error) {
+    // The peer is gone; what it said before, and that it is gone, is for
+    // Receive to tell.
+    if (error.code() != std::errc::broken_pipe) {
+      throw;
+    }
+  }
 }
 
 FrameStream::Outcome FrameStream::Receive(google::protobuf::MessageLite& message,

@@ -15,7 +15,8 @@ class FrameStream {
   // A peer that takes nothing for `send_timeout` fails Send with EAGAIN.
   FrameStream(ipc::UniqueFd socket, std::chrono::milliseconds send_timeout);
 
-  // Throws std::system_error or ipc::ProtocolError.
+  // That the peer is gone is no error here: Receive tells, after what the peer
+  // said before. Throws std::system_error or ipc::ProtocolError.
   void Send(const google::protobuf::MessageLite& message);
 
   enum class Outcome { kMessage, kClosed, kTimedOut };
