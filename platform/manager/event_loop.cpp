@@ -33,6 +33,8 @@ EventLoop::EventLoop() {
   sd_event* loop = nullptr;
   ipc::CheckEvent(sd_event_new(&loop), "create the event loop");
   loop_.reset(loop);
+  // From inside the loop, so that the service manager hears of one that stands.
+  ipc::CheckEvent(sd_event_set_watchdog(loop, 1), "serve the watchdog");
   BlockEndSignals();
   EndAt(loop, SIGTERM);
   EndAt(loop, SIGINT);

@@ -10,7 +10,8 @@ namespace cfm {
 
 class EventLoop {
  public:
-  // Takes SIGTERM and SIGINT over: either ends Run. Throws std::system_error.
+  // Takes SIGTERM and SIGINT over: either ends Run. Serves the watchdog of the
+  // service manager while it dispatches. Throws std::system_error.
   EventLoop();
 
   sd_event* Get() const { return loop_.get(); }

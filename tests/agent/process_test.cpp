@@ -46,6 +46,13 @@ TEST(Process, RestartKeepsTheConfigurationAndItsNumber) {
   EXPECT_EQ(front.Edit({SetLeaf(kLevel, "5")}).txid(), 3U);
 }
 
+TEST(Process, ServesTheWatchdogFromItsLoop) {
+  RunningAgent agent({}, {"env", "WATCHDOG_USEC=50000"});
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(agent.AwaitNotification("WATCHDOG=1"));
+  }
+}
+
 TEST(Process, WhatWasAnsweredIsThereAfterAKill) {
   RunningAgent agent;
   Client(agent, pb::ROLE_FRONT_END).Edit({Document(EastDocument())});

@@ -29,6 +29,9 @@ class RunningAgent {
   // Another process on the same directories; its exit status and its one line.
   ::test::CommandResult RunAnother() const;
 
+  // Whether the agent tells the service manager that text.
+  bool AwaitNotification(const std::string& text) { return process_->AwaitNotification(text); }
+
   std::filesystem::path Socket() const { return directory_.Path() / "run/agentd.sock"; }
   std::filesystem::path Database() const { return directory_.Path() / "state/running.db"; }
   std::string Log() const { return process_->Log(); }

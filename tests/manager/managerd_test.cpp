@@ -319,6 +319,19 @@ TEST_F(ManagerdTest, ServesAnotherDirectoryThatTheCommandLineNames) {
   EXPECT_EQ(second.Stop(), 0);
 }
 
+TEST_F(ManagerdTest, ServesTheWatchdogFromItsLoop) {
+  auto environment = Environment();
+  environment["WATCHDOG_USEC"] = "50000";
+  environment["CFM_RUNTIME_DIR"] = directory_.Path() / "watched";
+  test::Process watched(
+      {CFM_MANAGERD},
+      {.environment = environment, .directory = directory_.Path(), .name = "watched"});
+  ASSERT_TRUE(watched.AwaitReady()) << watched.Log();
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_TRUE(watched.AwaitNotification("WATCHDOG=1"));
+  }
+}
+
 class ManagerdEndTest : public ManagerdTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ManagerdEndTest, EndsCleanly) {

@@ -160,7 +160,7 @@ Process::~Process() {
   unlink(notify_path_.c_str());
 }
 
-bool Process::AwaitReady() {
+bool Process::AwaitNotification(const std::string& wanted) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
   while (true) {
     pollfd events[] = {{notify_.Get(), POLLIN, 0}, {pidfd_.Get(), POLLIN, 0}};
@@ -171,7 +171,7 @@ bool Process::AwaitReady() {
     char message[512];
     for (ssize_t n; (n = recv(notify_.Get(), message, sizeof message, 0)) > 0;) {
       const std::string text(message, static_cast<std::size_t>(n));
-      if (text.find("READY=1") != std::string::npos) {
+      if (text.find(wanted) != std::string::npos) {
         return true;
       }
     }

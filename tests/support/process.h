@@ -38,7 +38,9 @@ class Process {
 
   // Whether the process reported READY=1. False when it ended instead or
   // patience ran out.
-  bool AwaitReady();
+  bool AwaitReady() { return AwaitNotification("READY=1"); }
+  // The same for any notification to the service manager that holds the text.
+  bool AwaitNotification(const std::string& wanted);
   // Exit status, or 128 plus the signal that ended it; nothing when it still
   // runs after kPatience.
   std::optional<int> AwaitExit();

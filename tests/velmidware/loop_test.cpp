@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/epoll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -132,6 +133,7 @@ class NotifySocket {
   }
   ~NotifySocket() { unsetenv("NOTIFY_SOCKET"); }
 
+  int Fd() const { return socket_.Get(); }
   // The next notification that was sent; empty when there is none.
   std::string Next() const {
     char text[256];
@@ -151,6 +153,30 @@ TEST_F(MiddlewareLoop, TellsTheServiceManagerWhenItIsReadyAndWhenItEnds) {
   run_ = false;
   velmw_loop_while(handle_, &run_);
   EXPECT_EQ(socket.Next(), "STOPPING=1");
+}
+
+TEST(MiddlewareWatchdog, IsServedFromTheLoop) {
+  const test::TemporaryDirectory directory;
+  setenv("CFM_RUNTIME_DIR", directory.Path().c_str(), 1);
+  setenv("WATCHDOG_USEC", "20000", 1);
+  const NotifySocket socket(directory.Path() / "notify");
+  velmw_t* handle = velmw_init("cfm-app");
+  while (!socket.Next().empty()) {
+    // Sent before the loop ran.
+  }
+  bool run = true;
+  sd_event_add_io(
+      velmw::EventLoop(handle), nullptr, socket.Fd(), EPOLLIN,
+      [](sd_event_source*, int, std::uint32_t, void* flag) {
+        *static_cast<bool*>(flag) = false;
+        return 0;
+      },
+      &run);
+  EXPECT_EQ(velmw_loop_while(handle, &run), 0);
+  EXPECT_EQ(socket.Next(), "WATCHDOG=1");
+  velmw_finish(&handle);
+  unsetenv("WATCHDOG_USEC");
+  unsetenv("CFM_RUNTIME_DIR");
 }
 
 }  // namespace
