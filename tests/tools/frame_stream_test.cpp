@@ -16,9 +16,9 @@ using cfmctl::FrameStream;
 TEST(FrameStream, HearsTheReasonOfAPeerThatTurnedItAwayBeforeItSpoke) {
   int pair[2];
   ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
-  FrameStream stream(ipc::UniqueFd(pair[0]), std::chrono::seconds(30));
+  FrameStream stream(ipc::UniqueFd{pair[0]}, std::chrono::seconds(30));
   {
-    const ipc::UniqueFd peer(pair[1]);
+    const ipc::UniqueFd peer{pair[1]};
     cfm::agent::HelloReply reply;
     reply.set_error("you may not");
     ipc::SendFrame(peer.Get(), reply);
