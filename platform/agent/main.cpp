@@ -5,7 +5,6 @@
 #include <systemd/sd-event.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -13,6 +12,7 @@
 #include "agent.h"
 #include "event_source.h"
 #include "log.h"
+#include "log_output.h"
 #include "options.h"
 
 namespace {
@@ -68,7 +68,7 @@ int main(int argc, char** argv) {
   try {
     return Run(parsed.options);
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "agentd: %s\n", error.what());
+    ipc::ReportError(error.what());
     return EXIT_FAILURE;
   }
 }

@@ -17,7 +17,7 @@ const elem::InterfaceTable* CurrentTable() {
   if (file.Problem() != reported) {
     reported = file.Problem();
     if (!reported.empty()) {
-      ipc::WriteLine("no logical interface ids: " + ipc::OneLine(reported));
+      ipc::ReportError("no logical interface ids: " + reported);
     }
   }
   return table;
@@ -35,7 +35,7 @@ int limid_from_intfname(uint32_t* limid, const char* name) {
     *limid = found->limid;
     return 0;
   } catch (const std::exception& error) {
-    ipc::WriteLine(std::string("no logical interface id: ") + error.what());
+    ipc::ReportError(std::string("no logical interface id: ") + error.what());
     return -1;
   }
 }

@@ -6,11 +6,11 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <exception>
 #include <system_error>
 #include <utility>
 
+#include "log_output.h"
 #include "unix_address.h"
 
 namespace ipc {
@@ -79,7 +79,7 @@ int Listener::OnReadable(sd_event_source*, int, std::uint32_t, void* self) noexc
   try {
     listener->Accept();
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "connection at %s dropped: %s\n", listener->path_.c_str(), error.what());
+    ReportError("connection at " + listener->path_.native() + " dropped: " + error.what());
   }
   return 0;
 }
@@ -103,8 +103,8 @@ void Listener::TurnAway() {
   const bool was_taken = bool{refused};
   refused = UniqueFd();
   spare_ = OpenSpare();
-  std::fprintf(stderr, "connection at %s %s: out of file descriptors\n", path_.c_str(),
-               was_taken ? "refused" : "has to wait");
+  ReportError("connection at " + path_.native() + (was_taken ? " refused" : " has to wait") +
+              ": out of file descriptors");
   if (!was_taken) {
     sd_event_source_set_enabled(source_.get(), SD_EVENT_OFF);
     sd_event_source* pause = nullptr;

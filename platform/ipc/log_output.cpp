@@ -1,14 +1,19 @@
 #include "log_output.h"
 
+#include <sys/stat.h>
 #include <sys/uio.h>
+#include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 // The records carry the place that they speak of, not this file.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-journal.h>
+
+#include "file_name.h"
 
 namespace ipc {
 namespace {
@@ -34,6 +39,16 @@ void AppendEscaped(std::string& out, char character) {
   out += "\\x";
   out += kHex[byte >> 4];
   out += kHex[byte & 0xf];
+}
+
+// The service manager tells which stream is the journal's: `device:inode`.
+bool ErrorStreamIsJournal() {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  if (stream == nullptr || fstat(STDERR_FILENO, &status) < 0) {
+    return false;
+  }
+  return stream == std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
 }
 
 bool IsControl(char character) {
@@ -72,6 +87,26 @@ void SendToJournal(const std::vector<std::string>& fields) {
     pieces.push_back({const_cast<char*>(field.data()), field.size()});
   }
   sd_journal_sendv(pieces.data(), static_cast<int>(pieces.size()));
+}
+
+std::vector<std::string> ErrorFields(const std::string& program, const std::string& text,
+                                     const Place& where) {
+  return {
+      "MESSAGE=" + OneLine(text),
+      "PRIORITY=" + std::to_string(LOG_ERR),
+      "CODE_FILE=" + std::string(FileName(where.file)),
+      "CODE_LINE=" + std::to_string(where.line),
+      "CODE_FUNC=" + std::string(where.function),
+      "SYSLOG_IDENTIFIER=" + program,
+  };
+}
+
+void ReportError(const std::string& text, const Place& where) {
+  if (LogsToJournal() && ErrorStreamIsJournal()) {
+    SendToJournal(ErrorFields(program_invocation_short_name, text, where));
+  } else {
+    WriteLine(std::string(program_invocation_short_name) + ": " + OneLine(text));
+  }
 }
 
 void WriteLine(std::string line) {

@@ -19,6 +19,26 @@ std::string OneLine(std::string_view text);
 // no more records has nobody to be reported to, so nothing comes back.
 void SendToJournal(const std::vector<std::string>& fields);
 
+// Where in the source a record is written.
+struct Place {
+  const char* file;
+  const char* function;
+  int line;
+
+  explicit Place(const char* the_file = __builtin_FILE(),
+                 const char* the_function = __builtin_FUNCTION(), int the_line = __builtin_LINE())
+      : file(the_file), function(the_function), line(the_line) {}
+};
+
+// Fields of a journal record of an error that has no category of the log.
+std::vector<std::string> ErrorFields(const std::string& program, const std::string& text,
+                                     const Place& where);
+
+// An error outside any category, as when a process cannot start: a record of
+// the journal where the standard error stream goes there, else the line
+// `program: text` on that stream, for the operator who started it by hand.
+void ReportError(const std::string& text, const Place& where = Place());
+
 // Writes `line` and the end of the line in one piece, for several processes
 // may share the stream.
 void WriteLine(std::string line);

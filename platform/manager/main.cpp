@@ -1,8 +1,5 @@
 // cfm-managerd: runs the continuity check of the element's CFM configuration on
 // the element's ports.
-#include <fmt/format.h>
-
-#include <cstdio>
 #include <exception>
 
 #include "continuity_check.h"
@@ -11,6 +8,7 @@
 #include "held_configuration.h"
 #include "instance_lock.h"
 #include "log_category.h"
+#include "log_output.h"
 #include "options.h"
 #include "paths.h"
 #include "peer.h"
@@ -48,7 +46,7 @@ int main(int argc, char** argv) {
     Serve(*command_line.options);
     return 0;
   } catch (const std::exception& error) {
-    fmt::print(stderr, "cfm-managerd: {}\n", error.what());
+    ipc::ReportError(error.what());
     return 1;
   }
 }

@@ -1,5 +1,6 @@
 #include "log.h"
 
+#include <file_name.h>
 #include <zlog.h>
 
 #include <cstring>
@@ -9,7 +10,8 @@ namespace velconfd {
 void Log(zlog_category_s* category, LogLevel level, const std::string& text, const char* file,
          const char* function, int line) {
   if (category != nullptr) {
-    zlog(category, file, std::strlen(file), function, std::strlen(function), line, level, "%s",
+    const char* name = ipc::FileName(file);
+    zlog(category, name, std::strlen(name), function, std::strlen(function), line, level, "%s",
          text.c_str());
   }
 }

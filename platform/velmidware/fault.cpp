@@ -57,11 +57,9 @@ std::string ProgramName() {
   return Name();
 }
 
-void ReportError(const std::string& message) {
-  const std::string text = ipc::OneLine(message);
-  Emit({"MESSAGE=" + text, "PRIORITY=" + std::to_string(LOG_ERR),
-        "SYSLOG_IDENTIFIER=" + ProgramName()},
-       ProgramName() + ": error: " + text);
+void ReportError(const std::string& message, const ipc::Place& where) {
+  Emit(ipc::ErrorFields(ProgramName(), message, where),
+       ProgramName() + ": error: " + ipc::OneLine(message));
 }
 
 }  // namespace velmw

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "log_output.h"
+
 namespace velmw {
 
 struct Fault {
@@ -27,7 +29,7 @@ std::string ProgramName();
 
 // An error of the middleware itself, to the journal or the standard error
 // stream.
-void ReportError(const std::string& message);
+void ReportError(const std::string& message, const ipc::Place& where = ipc::Place());
 
 }  // namespace velmw
 

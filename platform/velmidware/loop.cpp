@@ -62,7 +62,7 @@ velmw_t* velmw_init(const char* application_name) {
     velmw::SetProgramName(application_name);
     return new velmw_handle(application_name);
   } catch (const std::exception& error) {
-    ipc::WriteLine(std::string(application_name) + ": cannot start: " + error.what());
+    ipc::ReportError(std::string("cannot start: ") + error.what());
     std::exit(EXIT_FAILURE);
   }
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -69,7 +70,8 @@ TEST_F(Limid, OfAMissingTableIsReportedOnceUntilItComes) {
   EXPECT_EQ(Of("eth0"), std::nullopt);
   EXPECT_EQ(Of("eth0"), std::nullopt);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "no logical interface ids: read interface table '" + path_.native() +
+            std::string(program_invocation_short_name) +
+                ": no logical interface ids: read interface table '" + path_.native() +
                 "': No such file or directory\n");
   Write("eth0 17 linux\n");
   EXPECT_EQ(Of("eth0"), 17U);

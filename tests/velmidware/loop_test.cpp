@@ -107,13 +107,13 @@ TEST_F(MiddlewareLoop, PassesOnTheAgentsStateUntilForgotten) {
 
 TEST_F(MiddlewareLoop, KeepsASecondInstanceAway) {
   EXPECT_EXIT(velmw_init("cfm-app"), testing::ExitedWithCode(1),
-              "cfm-app: cannot start: cfm-app already runs");
+              ": cannot start: cfm-app already runs");
 }
 
 TEST_F(MiddlewareLoop, SaysWhyItCannotStart) {
   setenv("CFM_RUNTIME_DIR", (directory_.Path() / "a" / "b").c_str(), 1);
   EXPECT_EXIT(velmw_init("cfm-app"), testing::ExitedWithCode(1),
-              "cfm-app: cannot start: create directory .*/a/b.*No such file");
+              ": cannot start: create directory .*/a/b.*No such file");
 }
 
 TEST(Middleware, WithoutAHandleHasNoLoop) {

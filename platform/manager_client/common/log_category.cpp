@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "file_name.h"
+
 namespace cfm {
 namespace {
 
@@ -31,8 +33,9 @@ void LogCategory::Write(int level, const std::string& text, const SourcePlace& w
   if (category_ == nullptr) {
     return;
   }
-  zlog(category_, where.file, std::strlen(where.file), where.function, std::strlen(where.function),
-       where.line, level, "%s", text.c_str());
+  const char* file = ipc::FileName(where.file);
+  zlog(category_, file, std::strlen(file), where.function, std::strlen(where.function), where.line,
+       level, "%s", text.c_str());
 }
 
 }  // namespace cfm

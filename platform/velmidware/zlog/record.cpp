@@ -62,7 +62,8 @@ std::vector<std::string> JournalFields(const Record& record) {
       "CODE_FILE=" + std::string(record.file),
       "CODE_LINE=" + std::to_string(record.line),
       "CODE_FUNC=" + std::string(record.function),
-      "SYSLOG_IDENTIFIER=" + std::string(record.category),
+      "SYSLOG_IDENTIFIER=" + std::string(record.program),
+      "ZLOG_CATEGORY=" + std::string(record.category),
   };
 }
 

@@ -10,6 +10,7 @@
 namespace zlog_record {
 
 struct Record {
+  std::string_view program;
   std::string_view category;
   std::string_view file;
   std::string_view function;

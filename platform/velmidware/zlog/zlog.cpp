@@ -1,5 +1,6 @@
 #include "zlog.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -89,7 +90,13 @@ void zlog(zlog_category_t* category, const char* file, size_t filelen, const cha
   }
   const Text message(formatted);
   try {
-    Emit({category->name, {file, filelen}, {func, funclen}, line, level, message.get()});
+    Emit({program_invocation_short_name,
+          category->name,
+          {file, filelen},
+          {func, funclen},
+          line,
+          level,
+          message.get()});
   } catch (const std::exception&) {
     ReportLoss();
   }
