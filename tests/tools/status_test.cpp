@@ -80,7 +80,12 @@ TEST_F(Status, AManagerIsReadyWhenWhatIsCommittedHasReachedIt) {
   EXPECT_THAT(early.out, HasSubstr("manager  was given no configuration yet\n"));
   EXPECT_EQ(early.err, "cfmctl: not there: the manager's configuration\n");
   EXPECT_EQ(Run({"status", "--for", "agent,manager"}).status, 0) << "without a daemon";
+}
 
+TEST_F(Status, WaitingSeesWhatIsCommittedReachTheManager) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12));
+  test::FakeManager manager(Directory());
   auto waiting = Start({"status", "--wait", "30"});
   manager.AwaitObserver();
   manager.Hold({});
