@@ -16,10 +16,11 @@ using test::Process;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-// The messages that the daemon itself logs, in their order; how often it finds
+// The messages that the daemon itself logs, by its source files, in their order; how often it finds
 // no status to wipe depends on who of agent and manager is there first.
 std::vector<std::string> DaemonMessages(const std::string& log) {
-  static const std::regex kRecord(R"(cfm-app (?:info|warning|error) (\w+\.cpp:\d+) (~?\w+): (.*))");
+  static const std::regex kRecord(
+      R"(cfm-app (?:info|warning|error) ((?:app|config|status)\.cpp:\d+) (~?\w+): (.*))");
   std::vector<std::string> messages;
   for (std::sregex_iterator it(log.begin(), log.end(), kRecord), end; it != end; ++it) {
     if ((*it)[3].str().find("Not found any instance to delete") == std::string::npos) {
