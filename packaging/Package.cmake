@@ -4,15 +4,19 @@
 #
 # The table of interfaces is the operator's once it is there. So it is in the
 # package, where dpkg minds that, and not in what `cmake --install` writes.
-install(FILES interfaces DESTINATION /etc/cfm COMPONENT table EXCLUDE_FROM_ALL)
+install(FILES interfaces DESTINATION /etc/cfm COMPONENT debian EXCLUDE_FROM_ALL)
+cfm_compress(${CMAKE_CURRENT_SOURCE_DIR}/debian/changelog changelog)
+install(FILES ${changelog} DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/cfm-app
+        COMPONENT debian EXCLUDE_FROM_ALL)
 set(CPACK_INSTALL_CMAKE_PROJECTS
     "${CMAKE_BINARY_DIR};${PROJECT_NAME};ALL;/"
-    "${CMAKE_BINARY_DIR};${PROJECT_NAME};table;/")
+    "${CMAKE_BINARY_DIR};${PROJECT_NAME};debian;/")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME cfm-app)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_CONTACT "cfm-app maintainers <root@localhost>")
+set(CPACK_PACKAGE_CONTACT "cfm-app maintainers <maintainers@cfm-app.invalid>" CACHE STRING
+    "Who answers for the package")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "connectivity fault management of a network element")
 set(CPACK_PACKAGE_DESCRIPTION
     "The daemon cfm-app between the management agent agentd and the CFM manager
