@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "cfm/client.h"
+#include "hierarchy_codec.h"
 #include "process.h"
 #include "random_hierarchy.h"
 #include "scripted_manager.h"
@@ -111,7 +112,8 @@ class ClientFixture : public testing::Test {
   std::vector<std::string> ReceivedMds() const {
     std::vector<std::string> names;
     for (const auto& configuration : manager_->Configurations()) {
-      names.push_back(configuration.mds_size() > 0 ? configuration.mds(0).name() : "none");
+      names.push_back(configuration.mds_size() > 0 ? cfm::DecodeMd(configuration.mds(0)).first
+                                                   : "none");
     }
     return names;
   }
