@@ -151,7 +151,8 @@ void Store::Write(std::uint64_t txid, const std::vector<RowChange>& changes) {
   Statement put(database, "INSERT OR REPLACE INTO node VALUES(?1, ?2)");
   Statement drop(database, "DELETE FROM node WHERE path = ?1");
   Statement drop_below(database, "DELETE FROM node WHERE path >= ?1 AND path < ?2");
-  Statement number(database, "UPDATE state SET value = ?1 WHERE name = 'txid'");
+  // An update to the value that it has would write nothing.
+  Statement number(database, "REPLACE INTO state VALUES('txid', ?1)");
   Execute(database, "BEGIN IMMEDIATE", "begin a transaction");
   for (const RowChange& change : changes) {
     if (change.kind == RowChange::Kind::kPut) {
@@ -179,14 +180,37 @@ Problems Store::Commit(std::uint64_t txid, const std::vector<RowChange>& changes
   try {
     Write(txid, changes);
   } catch (const SqliteError& error) {
-    if (sqlite3_get_autocommit(database_.get()) == 0) {
-      sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
+    RollBack();
+    const bool is_sure = error.Code() != SQLITE_IOERR_FSYNC || BuryFailedCommit();
     return {{.message = "store the configuration in '" + file_.native() + "': " + error.what() +
-                        "; nothing was changed: " + Advice(error.Code())}};
+                        (is_sure ? "; nothing was changed: "
+                                 : "; nothing was changed, but the change may be found in the "
+                                   "file when agentd is started again: ") +
+                        Advice(error.Code())}};
   }
   txid_ = txid;
   return {};
+}
+
+void Store::RollBack() {
+  if (sqlite3_get_autocommit(database_.get()) == 0) {
+    sqlite3_exec(database_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+}
+
+// A commit whose sync failed stands whole at the end of the write-ahead log,
+// and whoever opens the file next would take it for done. This process does not
+// count it, so the next transaction is written over it: here one that says
+// what holds. When that cannot be synced either it is still what will be read.
+// False when it could not be written.
+bool Store::BuryFailedCommit() {
+  try {
+    Write(txid_, {});
+  } catch (const SqliteError& error) {
+    RollBack();
+    return error.Code() == SQLITE_IOERR_FSYNC;
+  }
+  return true;
 }
 
 }  // namespace agentd

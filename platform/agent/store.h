@@ -46,7 +46,8 @@ class Store {
   void ForEachRow(const std::function<void(std::string_view path, std::string_view value)>& row);
 
   // Makes the changes and the number durable. With a problem nothing has
-  // changed, and a later commit may succeed.
+  // changed, nor comes to light when the file is opened again after a sudden
+  // end of the process; a later commit may succeed.
   Problems Commit(std::uint64_t txid, const std::vector<RowChange>& changes);
 
  private:
@@ -59,6 +60,8 @@ class Store {
   void CheckIntegrity();
   void ReadTxid();
   void Write(std::uint64_t txid, const std::vector<RowChange>& changes);
+  void RollBack();
+  bool BuryFailedCommit();
 
   std::filesystem::path file_;
   std::unique_ptr<sqlite3, Close> database_;

@@ -152,6 +152,25 @@ TEST_F(Disk, AFailingSyncRefusesTheCommit) {
   EXPECT_THAT(Texts(Commit(open, {SetLeaf(kLevel, "6")})), IsEmpty());
 }
 
+// What the next agentd finds when this one dies now.
+TEST_F(Disk, ACommitThatAFailingSyncRefusedDoesNotComeToLightAfterAnEnd) {
+  FaultyDisk disk;
+  Open open(File());
+  ASSERT_THAT(Texts(Commit(open, {Document(EastDocument())})), IsEmpty());
+  const std::string before = open.Text();
+  disk.FailSyncs(SQLITE_IOERR_FSYNC);
+  ASSERT_EQ(Commit(open, {SetLeaf(kLevel, "6"), SetLeaf(kAlarm, "5000")}).size(), 1U);
+
+  const std::filesystem::path found = directory_ / "found.db";
+  for (const char* suffix : {"", "-wal"}) {
+    std::filesystem::copy_file(File().native() + suffix, found.native() + suffix);
+  }
+  disk.FailSyncs(SQLITE_OK);
+  const Open next(found);
+  EXPECT_EQ(next.Text(), before);
+  EXPECT_EQ(next.datastore.Running()->Txid(), 1U);
+}
+
 TEST_F(Disk, AFileThatIsNoDatabaseIsRefused) {
   std::ofstream(File()) << "This has never been a database, whatever its name may say.\n"
                         << std::string(4096, 'x');
