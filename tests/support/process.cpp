@@ -181,6 +181,15 @@ bool Process::AwaitNotification(const std::string& wanted) {
   }
 }
 
+bool Process::IsReady() {
+  char message[512];
+  for (ssize_t n; (n = recv(notify_.Get(), message, sizeof message, 0)) > 0;) {
+    const std::string text(message, static_cast<std::size_t>(n));
+    ready_ = ready_ || text.find("READY=1") != std::string::npos;
+  }
+  return ready_;
+}
+
 std::optional<int> Process::AwaitExit() {
   if (status_) {
     return status_;
@@ -197,6 +206,14 @@ std::optional<int> Process::AwaitExit() {
   int status = 0;
   waitpid(pid_, &status, 0);
   status_ = ExitStatus(status);
+  return status_;
+}
+
+std::optional<int> Process::Status() {
+  int status = 0;
+  if (!status_ && waitpid(pid_, &status, WNOHANG) == pid_) {
+    status_ = ExitStatus(status);
+  }
   return status_;
 }
 

@@ -52,6 +52,13 @@ class Process {
   pid_t Pid() const { return pid_; }
   // Readable once the process has ended.
   int EndFd() const { return pidfd_.Get(); }
+  // AwaitExit without waiting.
+  std::optional<int> Status();
+  // Readable when the process has told its service manager something, which
+  // IsReady takes: whether READY=1 was among it so far.
+  int ReadyFd() const { return notify_.Get(); }
+  bool IsReady();
+  const std::filesystem::path& LogPath() const { return log_path_; }
   std::string Log() const;
   int CountInLog(const std::string& text) const;
   // Waits until the log holds the text that many times. False when the process
@@ -65,6 +72,7 @@ class Process {
   std::filesystem::path notify_path_;
   std::filesystem::path log_path_;
   std::optional<int> status_;
+  bool ready_ = false;
 };
 
 // Outcome of a command that was run to its end.

@@ -27,6 +27,14 @@ void Element::SetInterfaces(const std::string& table) {
   std::ofstream(directory_.Path() / "interfaces") << table;
 }
 
+void Element::SetVariable(const std::string& name, const std::string& value) {
+  environment_[name] = value;
+}
+
+void Element::RemoveVariable(const std::string& name) {
+  environment_.erase(name);
+}
+
 Process& Element::Start(std::unique_ptr<Process>& slot, const std::string& name,
                         const std::vector<std::string>& command) {
   slot.reset();

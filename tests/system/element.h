@@ -20,6 +20,9 @@ class Element {
   Element();
   // Another table for processes that start from now on.
   void SetInterfaces(const std::string& table);
+  // An environment variable of theirs.
+  void SetVariable(const std::string& name, const std::string& value);
+  void RemoveVariable(const std::string& name);
 
   // Starts a daemon that does not run; the old log goes on. Does not wait for
   // readiness.

@@ -216,6 +216,11 @@ std::string InterfaceTableText() {
   return text;
 }
 
+std::string DocumentOf(const Configuration& configuration) {
+  return Document(
+      Joined(configuration, [](const auto& entry) { return Json(entry.first, entry.second); }));
+}
+
 cfm::Hierarchy Expected(const Configuration& configuration) {
   cfm::Hierarchy hierarchy;
   for (const auto& [name, md] : configuration) {

@@ -25,6 +25,8 @@ struct ContinuityCheck {
   std::optional<int> fault_alarm_time;
   std::optional<int> fault_reset_time;
   std::optional<std::string> fault_action;
+
+  bool operator==(const ContinuityCheck&) const = default;
 };
 
 struct Mep {
@@ -32,6 +34,8 @@ struct Mep {
   std::string direction;
   std::optional<int> primary_vlan_id;
   std::optional<ContinuityCheck> continuity_check;
+
+  bool operator==(const Mep&) const = default;
 };
 
 struct Ma {
@@ -40,11 +44,15 @@ struct Ma {
   std::set<int> vlan_list;
   std::set<int> remote_meps;
   std::map<int, Mep> meps;
+
+  bool operator==(const Ma&) const = default;
 };
 
 struct Md {
   int level = 0;
   std::map<std::string, Ma> mas;
+
+  bool operator==(const Md&) const = default;
 };
 
 using Configuration = std::map<std::string, Md>;
@@ -60,9 +68,14 @@ std::string InterfaceTableText();
 // primary ascending.
 cfm::Hierarchy Expected(const Configuration& configuration);
 
+// The configuration as a JSON document that replaces all that there is.
+std::string DocumentOf(const Configuration& configuration);
+
 class RandomConfiguration {
  public:
   explicit RandomConfiguration(std::uint32_t seed) : random_(seed) {}
+  // The choices from now on follow from this seed and the configuration.
+  void Reseed(std::uint32_t seed) { random_.seed(seed); }
 
   // Changes the configuration and returns the commit that does so: several
   // edits of leaves and entries, or the replacement of a subtree. Always

@@ -1,0 +1,121 @@
+#include "armed_points.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#ifdef CFM_FAIL_POINTS
+#include "fail_points.h"
+#endif
+
+namespace survival {
+namespace {
+
+// Passes that an armed process survives, at most.
+constexpr int kMostSkipped = 12;
+
+#ifdef CFM_FAIL_POINTS
+
+std::map<Part, std::map<std::string, int>> AllPoints() {
+  static constexpr std::pair<Part, unsigned> kPrograms[] = {{Part::kAgent, failpoint::kAgentd},
+                                                            {Part::kDaemon, failpoint::kApp},
+                                                            {Part::kManager, failpoint::kManagerd}};
+  std::map<Part, std::map<std::string, int>> points;
+  for (const auto& [part, program] : kPrograms) {
+    for (const failpoint::Entry& entry : failpoint::kAll) {
+      if ((entry.programs & program) != 0) {
+        const std::string name(entry.name);
+        points[part][name + ":kill"] = 0;
+        if (entry.kind != failpoint::Kind::kStep) {
+          points[part][name + ":error"] = 0;
+          points[part][name + ":short"] = 0;
+        }
+      }
+    }
+  }
+  return points;
+}
+
+#else
+
+std::map<Part, std::map<std::string, int>> AllPoints() {
+  return {};
+}
+
+#endif
+
+std::filesystem::path LogOf(Node& node, Part part) {
+  return node.Element().Directory() / (std::string(NameOf(part)) + ".points");
+}
+
+bool WasPassed(const std::filesystem::path& log, const std::string& point) {
+  std::ifstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    if (line == point) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+ArmedPoints::ArmedPoints(std::uint32_t seed) : chance_(seed, 0), hits_(AllPoints()) {}
+
+std::string ArmedPoints::Arm(Node& node, Part part) {
+  test::Element& element = node.Element();
+  element.RemoveVariable("CFM_FAIL_POINT");
+  const Counts& counts = hits_[part];
+  if (counts.empty() || chance_.OneIn(3)) {
+    return {};
+  }
+  const auto by_count = [](const auto& left, const auto& right) {
+    return left.second < right.second;
+  };
+  const int least = std::min_element(counts.begin(), counts.end(), by_count)->second;
+  std::vector<std::string> rarest;
+  for (const auto& [name, count] : counts) {
+    if (count == least) {
+      rarest.push_back(name);
+    }
+  }
+  const std::string& armed = chance_.Pick(rarest);
+  const std::size_t colon = armed.find(':');
+  const bool kills = armed.substr(colon) == ":kill";
+  // Whether a transfer failed is seen by its first pass only.
+  const int skip = kills && chance_.OneIn(2) ? chance_.Below(kMostSkipped) : 0;
+  std::filesystem::remove(LogOf(node, part));
+  element.SetVariable("CFM_FAIL_POINT_LOG", LogOf(node, part).string());
+  element.SetVariable("CFM_FAIL_POINT",
+                      fmt::format("{}:{}{}", armed.substr(0, colon), skip, armed.substr(colon)));
+  return armed;
+}
+
+void ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed, bool killed) {
+  if (armed.empty()) {
+    return;
+  }
+  const std::size_t colon = armed.find(':');
+  const bool kills = armed.substr(colon) == ":kill";
+  if (kills ? killed : WasPassed(LogOf(node, part), armed.substr(0, colon))) {
+    ++hits_[part][armed];
+  }
+}
+
+std::string ArmedPoints::Text() const {
+  std::string text;
+  int hit = 0;
+  int all = 0;
+  for (const auto& [part, counts] : hits_) {
+    for (const auto& [name, count] : counts) {
+      text += fmt::format("{:<14} {:<44} {:>6}\n", NameOf(part), name, count);
+      hit += count > 0 ? 1 : 0;
+      ++all;
+    }
+  }
+  return all == 0 ? text : fmt::format("\nfail points hit: {} of {}\n{}", hit, all, text);
+}
+
+}  // namespace survival

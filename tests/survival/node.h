@@ -1,0 +1,75 @@
+// One element of the campaign: its processes, and what is to be in them.
+#ifndef TESTS_SURVIVAL_NODE_H
+#define TESTS_SURVIVAL_NODE_H
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "element.h"
+#include "front_end.h"
+#include "mapped_controls.h"
+#include "random_configuration.h"
+
+namespace survival {
+
+enum class Part { kAgent, kDaemon, kManager };
+inline constexpr std::array kParts = {Part::kAgent, Part::kDaemon, Part::kManager};
+// agentd, cfm-app, cfm-managerd.
+const char* NameOf(Part part);
+
+// The interface of the link between the elements is the one behind those of
+// the random configuration.
+inline constexpr int kLinkPort = 4;
+inline constexpr int kPorts = kLinkPort + 1;
+
+// A process from its start to its end.
+struct Life {
+  test::Process* process = nullptr;  // null: none was started yet, or it has ended
+  std::uintmax_t log_begin = 0;      // where in its log it begins
+  bool stays_down = false;           // not to be started when it ends
+  std::optional<int> asked_to_end;   // the signal
+  std::string armed;                 // the fail point that it started with
+};
+
+class Node {
+ public:
+  // Nothing runs yet. `mep` and `remote` are the ends of the link, which is
+  // always configured.
+  Node(std::string name, const std::filesystem::path& wires, int mep, int remote);
+
+  const std::string& Name() const { return name_; }
+  std::string NameOf(Part part) const { return name_ + "'s " + survival::NameOf(part); }
+  test::Element& Element() { return element_; }
+  MappedControls& Disturb() { return controls_; }
+  Life& Of(Part part) { return lives_[static_cast<std::size_t>(part)]; }
+  const std::filesystem::path LogOf(Part part) const;
+  std::filesystem::path SocketOf(Part part) const;  // of agent and manager
+  void Start(Part part);
+
+  // The whole configuration, with the link.
+  test::Configuration Full(const test::RandomConfiguration& random) const;
+  test::Configuration Current() const { return Full(random); }
+
+  test::RandomConfiguration random{0};
+  // After a commit whose outcome nobody told, what it would have made of it.
+  std::optional<test::RandomConfiguration> maybe;
+  // Since everything was equal last: the agent was lost to the daemon for a
+  // moment; a commit was made, or may have been.
+  bool agent_was_lost = false;
+  bool committed = false;
+  std::uintmax_t agent_log_at_rest = 0;
+
+ private:
+  std::string name_;
+  test::Element element_;
+  MappedControls controls_;
+  std::array<Life, kParts.size()> lives_;
+  test::Configuration link_;
+};
+
+}  // namespace survival
+
+#endif

@@ -1,0 +1,69 @@
+// What an operator does to an element, one operation at a time.
+#ifndef TESTS_SURVIVAL_OPERATIONS_H
+#define TESTS_SURVIVAL_OPERATIONS_H
+
+#include <agent.pb.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "context.h"
+#include "front_end.h"
+
+namespace survival {
+
+enum class Kind { kCommit, kCandidateCommit, kRead, kReadCounters, kClear };
+const char* NameOf(Kind kind);
+
+// Of a commit that somebody missed.
+inline constexpr const char* kDoneWithWarning = "done with a warning";
+
+// An operation over the front-end protocol whose reply is awaited apart from
+// its request, so that something can happen in between.
+class InFlight {
+ public:
+  // Connects and does what comes before the request. The commits are random
+  // and valid.
+  InFlight(Context& context, Node& node, Kind kind);
+  // Whoever does not wait for the outcome of a commit does not know it.
+  ~InFlight();
+  InFlight(const InFlight&) = delete;
+  InFlight& operator=(const InFlight&) = delete;
+
+  bool IsCommit() const;
+  void Send();
+  int Fd() const { return front_end_.Fd(); }
+  // Whether the reply has begun to come, or the connection has ended.
+  bool HasReply() const;
+  // Waits for the reply, takes the outcome into the model, and tells it.
+  // Throws Failure when the operation fails without a reason: `disturbed` says
+  // that there may be one.
+  std::string Finish(bool disturbed);
+
+ private:
+  void PrepareCandidate(cfm::agent::Edit edit);
+  void Prepare(const cfm::agent::Request& request, bool may_be_refused);
+  std::string FinishCommit(const cfm::agent::Reply& reply, bool disturbed);
+  std::string FinishRead(const cfm::agent::Reply& reply, bool disturbed);
+  std::string LoseReply();
+
+  Context& context_;
+  Node& node_;
+  Kind kind_;
+  test::FrontEnd front_end_;
+  cfm::agent::Request request_;
+  std::optional<test::RandomConfiguration> after_;  // of a commit
+  bool is_open_ = false;                            // sent, and the outcome is not known
+};
+
+// One that nothing disturbs, or, with `disturbed`, a running fault does. Tells
+// the outcome, as InFlight::Finish.
+std::string Perform(Context& context, Node& node, Kind kind, bool disturbed);
+
+// A random valid commit with cfmctl.
+void CommitByCommand(Context& context, Node& node, bool disturbed);
+
+}  // namespace survival
+
+#endif

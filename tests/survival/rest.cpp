@@ -1,0 +1,155 @@
+#include "rest.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "ends.h"
+#include "failure.h"
+#include "hierarchy_text.h"
+#include "running_tree.h"
+#include "views.h"
+
+namespace survival {
+namespace {
+
+// Attempts that an end in between may cost.
+constexpr int kAttempts = 20;
+
+using Names = std::multiset<std::string>;
+
+Names Minus(const Names& left, const Names& right) {
+  Names difference;
+  std::ranges::set_difference(left, right, std::inserter(difference, difference.end()));
+  return difference;
+}
+
+void CompareRunning(Supervisor& supervisor, Node& node, Report& report) {
+  test::FrontEnd front_end(node.Element().RuntimeDirectory());
+  cfm::agent::Request request;
+  request.mutable_get()->set_datastore(cfm::agent::DATASTORE_RUNNING);
+  request.mutable_get()->set_format(cfm::agent::FORMAT_TREE);
+  const cfm::agent::Reply reply = Ask(supervisor, front_end, request);
+  if (reply.errors_size() > 0) {
+    throw Failure("read of the running configuration: " + reply.errors(0).message());
+  }
+  const test::Configuration running = ConfigurationIn(reply.node());
+  if (node.maybe) {
+    const bool committed = running == node.Full(*node.maybe);
+    report.Count(committed ? "commit of unknown outcome: committed"
+                           : "commit of unknown outcome: not committed");
+    if (committed) {
+      node.random = *node.maybe;
+    }
+    node.maybe.reset();
+  }
+  if (running != node.Current()) {
+    throw Failure(fmt::format("{}: the running configuration is\n{}\nand has to be\n{}",
+                              node.Name(), test::ToText(test::Expected(running)),
+                              test::ToText(test::Expected(node.Current()))));
+  }
+}
+
+void CompareManager(Supervisor& supervisor, Node& node) {
+  const cfm::Hierarchy expected = test::Expected(node.Current());
+  if (const auto held = ManagerView(supervisor, node).AwaitEqual(expected)) {
+    throw Failure(fmt::format("{}: the manager holds\n{}\nand has to hold\n{}", node.Name(),
+                              test::ToText(*held), test::ToText(expected)));
+  }
+}
+
+void CompareRecords(Supervisor& supervisor, Node& node) {
+  RecordsView records(supervisor, node);
+  const Names expected = ExpectedRecords(node.Current());
+  if (!records.AwaitUntil([&] { return records.Names() == expected; })) {
+    throw Failure(fmt::format("{}: the operational lists lack {} and have {} too many", node.Name(),
+                              Minus(expected, records.Names()), Minus(records.Names(), expected)));
+  }
+}
+
+// The counter that each record has to show.
+int CountersIn(const cfm::agent::Node& node) {
+  int count = node.name() == "mep-ccms-sent" || node.name() == "rmep-ccms-received" ? 1 : 0;
+  for (const cfm::agent::Node& child : node.children()) {
+    count += CountersIn(child);
+  }
+  return count;
+}
+
+void ReadEverything(Supervisor& supervisor, Node& node) {
+  test::FrontEnd front_end(node.Element().RuntimeDirectory());
+  const cfm::agent::Reply reply = Ask(supervisor, front_end, test::ReadOf("/status"));
+  if (reply.errors_size() > 0) {
+    throw std::runtime_error("read of the status: " + reply.errors(0).message());
+  }
+  if (reply.warnings_size() > 0) {
+    throw std::runtime_error("read of the status: " + reply.warnings(0));
+  }
+  const auto expected = static_cast<int>(ExpectedRecords(node.Current()).size());
+  if (const int counters = CountersIn(reply.node()); counters != expected) {
+    throw std::runtime_error(
+        fmt::format("{} of {} records show their counters", counters, expected));
+  }
+}
+
+void LookForReports(Node& node) {
+  for (const Part part : kParts) {
+    const std::string log = ReadLog(node.LogOf(part), node.Of(part).log_begin);
+    if (const std::string found = SanitizerReport(log); !found.empty()) {
+      throw Failure(node.NameOf(part) + ": " + found);
+    }
+  }
+}
+
+void Compare(Supervisor& supervisor, Node& node, Report& report) {
+  supervisor.AwaitReady(node);
+  AgentView(supervisor, node).AwaitDaemon();
+  CompareRunning(supervisor, node, report);
+  CompareManager(supervisor, node);
+  CompareRecords(supervisor, node);
+  ReadEverything(supervisor, node);
+}
+
+}  // namespace
+
+std::multiset<std::string> ExpectedRecords(const test::Configuration& configuration) {
+  Names names;
+  for (const auto& [md_name, md] : configuration) {
+    for (const auto& [ma_name, ma] : md.mas) {
+      for (const auto& [id, mep] : ma.meps) {
+        names.insert(fmt::format("local {} {} {}", md_name, ma_name, id));
+      }
+      for (const int id : ma.remote_meps) {
+        if (!ma.meps.empty()) {
+          names.insert(fmt::format("remote {} {} {}", md_name, ma_name, id));
+        }
+      }
+    }
+  }
+  return names;
+}
+
+// A process may still have to end because of what was before; then what the
+// comparison is connected to ends, and it begins anew.
+void AwaitRest(Supervisor& supervisor, Node& node, Report& report) {
+  std::string disturbance;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    try {
+      Compare(supervisor, node, report);
+      LookForReports(node);
+      node.agent_was_lost = false;
+      node.committed = false;
+      node.agent_log_at_rest = std::filesystem::file_size(node.LogOf(Part::kAgent));
+      return;
+    } catch (const Failure&) {
+      throw;
+    } catch (const std::exception& error) {
+      disturbance = error.what();
+    }
+  }
+  throw Failure(node.Name() + " does not come to rest: " + disturbance);
+}
+
+}  // namespace survival

@@ -1,0 +1,215 @@
+#include "supervisor.h"
+
+#include <fmt/format.h>
+#include <poll.h>
+#include <signal.h>
+
+#include <cerrno>
+
+#include "ends.h"
+#include "failure.h"
+
+namespace survival {
+namespace {
+
+// Starts in one step. More than that is a process that cannot live.
+constexpr int kMostStarts = 40;
+
+bool IsReadable(int descriptor) {
+  pollfd event{descriptor, POLLIN, 0};
+  return poll(&event, 1, 0) == 1;
+}
+
+}  // namespace
+
+void Supervisor::Add(Node& node) {
+  nodes_.push_back(&node);
+  for (const Part part : kParts) {
+    Start(node, part);
+  }
+}
+
+void Supervisor::Start(Node& node, Part part) {
+  if (++starts_ > kMostStarts) {
+    throw Failure(node.NameOf(part) + " ends again and again");
+  }
+  Life& life = node.Of(part);
+  life.armed = armed_points_.Arm(node, part);
+  node.Start(part);
+}
+
+bool Supervisor::Await(const std::vector<int>& descriptors, const std::function<bool()>& done,
+                       Clock::time_point deadline) {
+  while (true) {
+    Tend();
+    if (done()) {
+      return true;
+    }
+    if (Clock::now() >= deadline) {
+      return false;
+    }
+    Wait(descriptors, deadline);
+  }
+}
+
+void Supervisor::Wait(const std::vector<int>& descriptors, Clock::time_point deadline) {
+  std::vector<pollfd> events;
+  for (const int descriptor : descriptors) {
+    events.push_back({descriptor, POLLIN, 0});
+  }
+  for (Node* node : nodes_) {
+    for (const Part part : kParts) {
+      if (const test::Process* process = node->Of(part).process) {
+        events.push_back({process->EndFd(), POLLIN, 0});
+        events.push_back({process->ReadyFd(), POLLIN, 0});
+      }
+    }
+  }
+  if (look_out_ && !look_out_->Seen()) {
+    events.push_back({look_out_->Fd(), POLLIN, 0});
+  }
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+  if (poll(events.data(), events.size(), left.count() > 0 ? static_cast<int>(left.count()) : 0) <
+          0 &&
+      errno != EINTR) {
+    throw std::system_error(errno, std::generic_category(), "wait for processes");
+  }
+}
+
+void Supervisor::Tend() {
+  if (look_out_) {
+    look_out_->Seen();
+  }
+  for (Node* node : nodes_) {
+    for (const Part part : kParts) {
+      test::Process* process = node->Of(part).process;
+      if (process == nullptr) {
+        continue;
+      }
+      process->IsReady();
+      if (const auto status = process->Status()) {
+        TakeEnd(*node, part, *status);
+      }
+    }
+  }
+}
+
+void Supervisor::TakeEnd(Node& node, Part part, int status) {
+  JudgeEnd(node, part, status);
+  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  node.Of(part).process = nullptr;
+  if (!node.Of(part).stays_down) {
+    Start(node, part);
+  }
+}
+
+void Supervisor::JudgeEnd(Node& node, Part part, int status) {
+  const Life& life = node.Of(part);
+  const std::string log = ReadLog(node.LogOf(part), life.log_begin);
+  if (const std::string found = SanitizerReport(log); !found.empty()) {
+    throw Failure(node.NameOf(part) + ": " + found);
+  }
+  const bool killed = status == 128 + SIGKILL;
+  const bool asked = life.asked_to_end == SIGKILL;
+  armed_points_.TakeEnd(node, part, life.armed, killed && !asked);
+  if (killed && (asked || !life.armed.empty())) {
+    return;
+  }
+  // Before it is ready it may not have taken over the signal yet.
+  const bool was_ready = life.process->IsReady();
+  if (life.asked_to_end == SIGTERM && (status == 0 || (!was_ready && status == 128 + SIGTERM))) {
+    return;
+  }
+  // A fail point may have broken their connection.
+  node.agent_was_lost = node.agent_was_lost || AgentGaveUp(node) || kHasFailPoints;
+  if (const auto reason = ReasonToEnd(node, part, status, log)) {
+    report_.Count("cfm-app ended, as it may: " + *reason);
+    return;
+  }
+  throw Failure(
+      fmt::format("{} ended with status {}, which it must not", node.NameOf(part), status));
+}
+
+void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
+  if (!Await(
+          {descriptor}, [descriptor] { return IsReadable(descriptor); },
+          Clock::now() + test::kPatience)) {
+    throw Failure("waited in vain for " + what);
+  }
+}
+
+void Supervisor::AwaitReady(Node& node) {
+  for (const Part part : kParts) {
+    AwaitReady(node, part);
+  }
+}
+
+void Supervisor::AwaitReady(Node& node, Part part) {
+  const Life& life = node.Of(part);
+  const auto ready = [&life] {
+    return life.stays_down || (life.process != nullptr && life.process->IsReady());
+  };
+  if (!Await({}, ready, Clock::now() + test::kPatience)) {
+    throw Failure(node.NameOf(part) + " does not become ready");
+  }
+}
+
+void Supervisor::End(Node& node, Part part, int signal, bool stay_down) {
+  Life& life = node.Of(part);
+  if (life.process == nullptr) {
+    return;
+  }
+  const test::Process* ending = life.process;
+  const pid_t pid = ending->Pid();
+  life.stays_down = stay_down;
+  life.asked_to_end = signal;
+  // The others may see it before its end is taken here.
+  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  life.process->Signal(signal);
+  const auto gone = [&] { return life.process == nullptr || life.process->Pid() != pid; };
+  if (!Await({}, gone, Clock::now() + test::kPatience)) {
+    throw Failure(fmt::format("{} does not end on signal {}", node.NameOf(part), signal));
+  }
+}
+
+void Supervisor::Release(Node& node, Part part) {
+  node.Of(part).stays_down = false;
+  if (node.Of(part).process == nullptr) {
+    Start(node, part);
+  }
+}
+
+void Supervisor::Freeze(Node& node, Part part) {
+  Tend();
+  node.Of(part).process->Freeze();
+  node.agent_was_lost = true;  // to a frozen daemon, or one that waits for it in vain
+}
+
+void Supervisor::Thaw(Node& node, Part part) {
+  if (test::Process* process = node.Of(part).process) {
+    process->Signal(SIGCONT);
+  }
+}
+
+void Supervisor::LookOut(const std::filesystem::path& log, const std::string& text) {
+  look_out_.emplace(log, text);
+  looks_out_since_ = Clock::now();
+}
+
+std::optional<Clock::duration> Supervisor::TakeDetection() {
+  const auto seen = look_out_ ? look_out_->Seen() : std::nullopt;
+  look_out_.reset();
+  return seen ? std::optional(*seen - looks_out_since_) : std::nullopt;
+}
+
+void Supervisor::StopAll() {
+  for (Node* node : nodes_) {
+    AwaitReady(*node);
+    // The daemon first: what it wrote is nobody's then.
+    for (const Part part : {Part::kDaemon, Part::kManager, Part::kAgent}) {
+      End(*node, part, SIGTERM, true);
+    }
+  }
+}
+
+}  // namespace survival
