@@ -44,7 +44,7 @@ Outcome Perform(const StepKind& kind, Context& context) {
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    if (context.supervisor.Starts() == 0) {
+    if (!context.supervisor.SeesEnd() && !context.supervisor.HasStarted()) {
       throw;
     }
     context.Say(std::string("broken off: ") + error.what());

@@ -147,6 +147,7 @@ void AwaitRest(Supervisor& supervisor, Node& node, Report& report) {
       throw;
     } catch (const std::exception& error) {
       disturbance = error.what();
+      supervisor.SeesEnd();
     }
   }
   throw Failure(node.Name() + " does not come to rest: " + disturbance);

@@ -34,11 +34,13 @@ class Supervisor {
   // Until it is readable or its other side is closed. Throws Failure when that
   // takes too long; `what` says what it would have been.
   void AwaitReadable(int descriptor, const std::string& what);
+  // Whether a process ends now or shortly: its connections end before it does.
+  bool SeesEnd();
   // Until all processes of the node that are to run are ready. Throws Failure.
   void AwaitReady(Node& node);
   void AwaitReady(Node& node, Part part);
-  // How many processes were started since BeginStep.
-  int Starts() const { return starts_; }
+  // Whether a process was started since BeginStep.
+  bool HasStarted() const { return starts_ > 0; }
 
   // Ends it and starts it anew, or with `stay_down` leaves that to Release.
   void End(Node& node, Part part, int signal, bool stay_down);
@@ -50,8 +52,9 @@ class Supervisor {
   void LookOut(const std::filesystem::path& log, const std::string& text);
   std::optional<Clock::duration> TakeDetection();
 
-  // A new step: processes may be started anew so many times again.
-  void BeginStep() { starts_ = 0; }
+  // A new step: processes may be started anew so many times again. Fail points
+  // are armed from the first on.
+  void BeginStep();
 
  private:
   void Start(Node& node, Part part);
@@ -66,6 +69,8 @@ class Supervisor {
   std::optional<LogWatch> look_out_;
   Clock::time_point looks_out_since_;
   int starts_ = 0;
+  int ends_ = 0;
+  bool arms_ = false;
 };
 
 }  // namespace survival
