@@ -30,6 +30,7 @@ AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name
       interface_(ipc::AgentSocket(), name),
       agent_watch_(loop_, ipc::AgentSocket(), velmw::kAgentPriority,
                    [this] { InLoop(&AgentLink::Connect); }) {
+  interface_.OnLostSession([this] { lost_session_ = CallLater(loop_, 0, OnLostSession, this); });
   agent_watch_.Start();
 }
 
@@ -146,6 +147,12 @@ void AgentLink::Lose(const AgentError& error) {
   }
 }
 
+// One connection went while the others stay. What a handler wrote on it stands
+// in part, and only an agent that comes back has all status sent again.
+void AgentLink::LoseForSession() {
+  throw AgentError("the connection of a session was lost");
+}
+
 void AgentLink::TellLoss() {
   interface_.SetConnected(false);
   if (std::exchange(told_, false)) {
@@ -181,6 +188,7 @@ void AgentLink::End(const std::string& reason) {
 }
 
 void AgentLink::Close() {
+  lost_session_.reset();
   retry_.reset();
   worker_watch_.reset();
   control_watch_.reset();
@@ -213,6 +221,11 @@ int AgentLink::OnControlSocket(sd_event_source*, int, std::uint32_t, void* self)
 
 int AgentLink::OnWorkerSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
   static_cast<AgentLink*>(self)->InLoop(&AgentLink::WorkWorker);
+  return 0;
+}
+
+int AgentLink::OnLostSession(sd_event_source*, std::uint64_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::LoseForSession);
   return 0;
 }
 

@@ -59,6 +59,7 @@ class AgentLink {
   void WorkWorker();
 
   void Lose(const AgentError& error);
+  void LoseForSession();
   void TellLoss();
   void Await(const AgentError& error);
   void End(const std::string& reason);
@@ -72,6 +73,7 @@ class AgentLink {
                              void* self) noexcept;
   static int OnWorkerSocket(sd_event_source* source, int fd, std::uint32_t events,
                             void* self) noexcept;
+  static int OnLostSession(sd_event_source* source, std::uint64_t now, void* self) noexcept;
   static int OnRetry(sd_event_source* source, std::uint64_t now, void* self) noexcept;
 
   velmw_t* middleware_;
@@ -99,6 +101,7 @@ class AgentLink {
   ipc::EventSource control_watch_;
   ipc::EventSource worker_watch_;
   ipc::EventSource retry_;
+  ipc::EventSource lost_session_;
 };
 
 }  // namespace velconfd

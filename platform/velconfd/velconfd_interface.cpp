@@ -62,5 +62,13 @@ void VelConfdInterface::EndSession(int socket) noexcept {
   } catch (const std::exception&) {
     // Not kept: the next session connects anew.
   }
+  const bool is_lost = !ended && lease->reusable;
   leased_.erase(lease);
+  if (is_lost) {
+    try {
+      on_lost_session_();
+    } catch (const std::exception&) {
+      // The loop takes no timer; what remains is that the next loss is noticed.
+    }
+  }
 }

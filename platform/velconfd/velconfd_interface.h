@@ -4,6 +4,7 @@
 #define VELCONFD_VELCONFD_INTERFACE_H
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,10 @@ class VelConfdInterface {
   // sockets; one in use is closed when its session ends.
   void SetConnected(bool connected);
 
+  // Called, out of EndSession, when a session's connection was lost while
+  // connected: what was written in it may be lost, too.
+  void OnLostSession(std::function<void()> on_lost) { on_lost_session_ = std::move(on_lost); }
+
   // Socket with a new session on `database`, or -1.
   int BeginSession(cdb_db_type database) noexcept;
   // `socket` comes from BeginSession.
@@ -40,6 +45,7 @@ class VelConfdInterface {
 
   velconfd::AgentAddress agent_;
   bool connected_ = false;
+  std::function<void()> on_lost_session_ = [] {};
   std::vector<velconfd::CdbSocket> idle_;
   std::vector<Lease> leased_;
 };

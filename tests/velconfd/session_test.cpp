@@ -87,6 +87,16 @@ TEST_F(SessionTest, ADeadAgentLeavesNoSocketEvenBeforeTheLossIsNoticed) {
   EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
 }
 
+TEST_F(SessionTest, AConnectionThatIsLostInASessionCountsAsTheLossOfTheAgent) {
+  Start();
+  {
+    const VelConfdStatusSession session(status_.Connection());
+    agent_.Refuse("end session");
+  }
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_TRUE(Await("agent up"));
+}
+
 TEST_F(SessionTest, ASocketOfTheLostAgentIsNotUsedAgain) {
   Start();
   {
