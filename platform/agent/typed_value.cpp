@@ -89,8 +89,8 @@ Result<std::string> CheckedText(const Model& model, const lysc_node& schema,
   const confd_vtype wanted = KindOf(TypeOf(schema));
   const std::uint32_t given = value.type();  // any number
   if (given != wanted && !(wanted == C_BUF && given == C_STR)) {
-    return Refused(schema, "its type is " + std::to_string(wanted) + " and not " +
-                               std::to_string(given));
+    return Refused(schema,
+                   "its type is " + std::to_string(wanted) + " and not " + std::to_string(given));
   }
   if (wanted == C_XMLTAG) {
     return std::string();

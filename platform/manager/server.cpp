@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <utility>
+#include <variant>
 
 #include "frame.h"
 #include "hierarchy_codec.h"
@@ -29,6 +30,11 @@ manager::FromManager AppliedMessage(const HeldConfiguration& held) {
     applied.add_warnings(warning);
   }
   return message;
+}
+
+bool IsRemoval(const engine::Effect& effect) {
+  return std::holds_alternative<engine::LocalRemoved>(effect) ||
+         std::holds_alternative<engine::RemoteRemoved>(effect);
 }
 
 // Tells a peer that may not connect why; it may be gone already.
@@ -150,7 +156,8 @@ void Server::Apply(Session& session, const manager::Configuration& configuration
   }
 }
 
-// What that causes is returned, to be told after the answer.
+// Removals are told at once, before the answer, for whoever sees the answer may
+// count on them. What else it causes is returned, to be told afterwards.
 engine::Effects Server::ApplyHeld(const std::set<std::string>& touched) {
   try {
     withheld_.emplace();
@@ -178,7 +185,7 @@ void Server::Clear(const manager::ClearStatistics& request) {
 }
 
 void Server::Report(const engine::Effect& effect) {
-  if (withheld_) {
+  if (withheld_ && !IsRemoval(effect)) {
     withheld_->push_back(effect);
   } else if (feed_) {
     feed_->Take(effect);

@@ -63,7 +63,7 @@ class Server {
   std::map<const Session*, std::unique_ptr<Session>> sessions_;
   Session* configurer_ = nullptr;   // in sessions_; null: nobody configures
   std::optional<StatusFeed> feed_;  // of the configurer
-  // What a configuration causes while it is applied.
+  // What a configuration causes while it is applied, but for removals.
   std::optional<engine::Effects> withheld_;
   ipc::Listener listener_;
 };

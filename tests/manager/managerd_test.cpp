@@ -281,8 +281,8 @@ TEST_F(ManagerdTest, ANameThatIsNoTextIsALineOfTheLogAndNothingElse) {
   Peer client(Socket());
   client.SendBytes(std::string("\0\0\0\3\x1a\x01\xff", 7));  // Hello.name
   EXPECT_TRUE(client.IsClosed());
-  EXPECT_THAT(process_->Log(),
-              HasSubstr("frame of 3 bytes is no cfm.manager.Hello: String field contains invalid"));
+  EXPECT_TRUE(process_->AwaitLog(
+      "frame of 3 bytes is no cfm.manager.Hello: String field contains invalid"));
   EXPECT_THAT(process_->Log(), Not(HasSubstr("libprotobuf")));
 }
 

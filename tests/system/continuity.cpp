@@ -74,7 +74,7 @@ void ExpectSoon(Element& element, const std::vector<std::string>& conditions) {
 }
 
 void ExpectRecordsSoon(Element& element) {
-  ExpectSoon(element, {"mac-address!=00:00:00:00:00:00"});
+  ExpectSoon(element, {"mac-address!=ff:ff:ff:ff:ff:ff"});
 }
 
 std::multiset<std::string> Records(Element& element) {
