@@ -58,7 +58,6 @@ class Process {
   // IsReady takes: whether READY=1 was among it so far.
   int ReadyFd() const { return notify_.Get(); }
   bool IsReady();
-  const std::filesystem::path& LogPath() const { return log_path_; }
   std::string Log() const;
   int CountInLog(const std::string& text) const;
   // Waits until the log holds the text that many times. False when the process

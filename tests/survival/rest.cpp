@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "ends.h"
+#include "expected_status.h"
 #include "failure.h"
 #include "hierarchy_text.h"
 #include "running_tree.h"
@@ -116,17 +117,8 @@ void Compare(Supervisor& supervisor, Node& node, Report& report) {
 
 std::multiset<std::string> ExpectedRecords(const test::Configuration& configuration) {
   Names names;
-  for (const auto& [md_name, md] : configuration) {
-    for (const auto& [ma_name, ma] : md.mas) {
-      for (const auto& [id, mep] : ma.meps) {
-        names.insert(fmt::format("local {} {} {}", md_name, ma_name, id));
-      }
-      for (const int id : ma.remote_meps) {
-        if (!ma.meps.empty()) {
-          names.insert(fmt::format("remote {} {} {}", md_name, ma_name, id));
-        }
-      }
-    }
+  for (const test::RecordIdentity& record : test::ExpectedStatusOf(configuration).published) {
+    names.insert(fmt::format("{} {} {} {}", record.list, record.md, record.ma, record.mep));
   }
   return names;
 }
