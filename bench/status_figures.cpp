@@ -127,8 +127,8 @@ class StatusElement {
 
 void MeasureStatus(const Layout& layout, const Repetitions& times, Report& report) {
   StatusElement element(layout);
-  // An update is a dozen round trips, which cost ten times as much between
-  // cores: sizes can be compared only where all is on one core.
+  // A round trip costs many times as much between cores as on one: sizes can be
+  // compared only where all is on one core.
   const CoreBinding one_core(element.Daemons());
   const std::size_t remotes = element.Remotes().size();
   // What was sent twice at the start is behind us with the last record's
