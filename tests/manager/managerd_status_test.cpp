@@ -280,7 +280,8 @@ TEST_F(OneManager, AnswersStatisticsBeforeTheRemovalThatWasAskedForAfterThem) {
 }
 
 TEST_F(OneManager, AClientThatDoesNotReadGetsItsAnswersLaterInOrder) {
-  constexpr std::uint64_t kRequests = 400;
+  // As many as a socket takes that nobody reads: the manager may do that at once.
+  constexpr std::uint64_t kRequests = 200;
   cfm::Hierarchy hierarchy = test::RegularHierarchy("east", 300, 2, kPort);
   element_.Configure(1, hierarchy);
   for (std::uint64_t number = 1; number <= kRequests; ++number) {
