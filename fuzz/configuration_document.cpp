@@ -2,6 +2,7 @@
 #include <agent.pb.h>
 
 #include "document.h"
+#include "draft.h"
 #include "edit.h"
 #include "input.h"
 #include "model.h"
@@ -21,7 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   cfm::agent::EditOperation& operation = *edit.add_operations();
   operation.set_document(text);
   operation.set_format(format);
-  agentd::Tree tree;
-  agentd::ApplyEdits(model, tree, edit);
+  agentd::Tree empty;
+  agentd::AddImplicitNodes(model, empty);
+  agentd::Draft draft(
+      model, std::make_shared<const agentd::Snapshot>(0, std::move(empty), agentd::Usage()));
+  agentd::ApplyEdits(model, draft, edit);
   return 0;
 }
