@@ -33,7 +33,8 @@ class Input {
   }
   // A 16-bit length and so many bytes, or all that is left.
   std::string_view TakeBlock() {
-    const std::size_t size = std::min<std::size_t>(Take<std::uint16_t>(), rest_.size());
+    const std::size_t wanted = Take<std::uint16_t>();
+    const std::size_t size = std::min(wanted, rest_.size());
     const std::string_view block = rest_.substr(0, size);
     rest_.remove_prefix(size);
     return block;
