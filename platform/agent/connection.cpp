@@ -1,5 +1,10 @@
 #include "connection.h"
 
+#include <google/protobuf/arena.h>
+
+#include <array>
+#include <cstddef>
+
 #include "frame.h"
 #include "log.h"
 #include "model.h"
@@ -74,7 +79,11 @@ void Connection::OnFrame(std::string_view payload) {
     OnHello(hello);
     return;
   }
-  cfm::agent::Request request;
+  // Most requests fit the first block and take no memory of their own; those
+  // of many parts take few large pieces.
+  alignas(std::max_align_t) std::array<char, 2048> block;
+  google::protobuf::Arena arena(block.data(), block.size());
+  auto& request = *google::protobuf::Arena::CreateMessage<cfm::agent::Request>(&arena);
   ipc::ParsePayload(payload, request);
   role_->Handle(request);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "typed_value.h"
 
@@ -70,6 +71,14 @@ void Gather(const OperationalNode& node, std::vector<EntryPtr>& out) {
 bool ByName::operator()(const lysc_node* left, const lysc_node* right) const {
   const int order = std::strcmp(left->name, right->name);
   return order != 0 ? order < 0 : std::less<>()(left, right);
+}
+
+std::size_t OperationalList::HashOfKeys::operator()(const std::vector<std::string>& keys) const {
+  std::size_t hash = keys.size();
+  for (const std::string& key : keys) {
+    hash = hash * 31 + std::hash<std::string>()(key);
+  }
+  return hash;
 }
 
 EntryPtr OperationalList::Find(const PathStep& step) const {

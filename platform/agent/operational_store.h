@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "agent.pb.h"
@@ -35,8 +36,12 @@ class OperationalList {
   void Remove(const OperationalEntry& entry);
 
  private:
+  struct HashOfKeys {
+    std::size_t operator()(const std::vector<std::string>& keys) const;
+  };
+
   std::list<EntryPtr> entries_;
-  std::map<std::vector<std::string>, std::list<EntryPtr>::iterator> by_keys_;
+  std::unordered_map<std::vector<std::string>, std::list<EntryPtr>::iterator, HashOfKeys> by_keys_;
 };
 
 // Nodes of the model by name, so that walks go the same way in every process.

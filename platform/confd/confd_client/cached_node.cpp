@@ -1,5 +1,7 @@
 #include "confd_client/cached_node.h"
 
+#include <algorithm>
+
 #include "confd_client/path_message.h"
 
 namespace confd {
@@ -30,14 +32,14 @@ void CachedNode::Merge(const DataNode& piece, bool whole) {
   if (whole || piece.coverage() == DataNode::EVERYTHING) {
     knows_own_nodes_ = knows_everything_ = true;
     is_expanded_ = false;
-    nodes_.clear();
+    children_.clear();
     lists_.clear();
     return;
   }
   knows_own_nodes_ = knows_own_nodes_ || piece.coverage() == DataNode::OWN_NODES ||
                      piece.coverage() == DataNode::SOME_ENTRIES;
   for (const auto& list : piece.list_sizes()) {
-    lists_[list.name()].size = list.entries();
+    ListOf(list.name()).size = list.entries();
   }
   for (const DataNode& child : piece.children()) {
     AddChild(child, false);
@@ -57,20 +59,24 @@ void CachedNode::Expand() {
   }
 }
 
-void CachedNode::AddChild(const DataNode& child, bool whole) {
-  if (child.keys_size() > 0) {
-    AddEntry(child, whole);
+void CachedNode::AddChild(const DataNode& piece, bool whole) {
+  if (piece.keys_size() > 0) {
+    AddEntry(piece, whole);
     return;
   }
-  auto& node = nodes_[child.name()];
-  if (node == nullptr) {
-    node = std::make_unique<CachedNode>();
+  const auto known = std::ranges::find(children_, piece.name(), &Child::name);
+  if (known != children_.end()) {
+    NodeOf(*known).Merge(piece, whole);
+    return;
   }
-  node->Merge(child, whole);
+  children_.push_back({piece.name(), &piece, whole, nullptr});
+  if (!whole) {
+    NodeOf(children_.back());
+  }
 }
 
 void CachedNode::AddEntry(const DataNode& entry, bool whole) {
-  CachedList& list = lists_[entry.name()];
+  CachedList& list = ListOf(entry.name());
   auto& node = list.by_key[IndexText(entry.keys())];
   if (node == nullptr) {
     node = std::make_unique<CachedNode>();
@@ -83,15 +89,30 @@ void CachedNode::AddEntry(const DataNode& entry, bool whole) {
   }
 }
 
+CachedNode& CachedNode::NodeOf(Child& child) {
+  if (child.node == nullptr) {
+    child.node = std::make_unique<CachedNode>();
+    child.node->Merge(*child.piece, child.whole);
+  }
+  return *child.node;
+}
+
+CachedList& CachedNode::ListOf(std::string_view name) {
+  const auto list =
+      std::ranges::find(lists_, name, &std::pair<std::string_view, CachedList>::first);
+  return list != lists_.end() ? list->second : lists_.emplace_back(name, CachedList()).second;
+}
+
 CachedNode* CachedNode::FindNode(std::string_view name) {
   Expand();
-  const auto node = nodes_.find(name);
-  return node == nodes_.end() ? nullptr : node->second.get();
+  const auto child = std::ranges::find(children_, name, &Child::name);
+  return child == children_.end() ? nullptr : &NodeOf(*child);
 }
 
 const CachedList* CachedNode::FindList(std::string_view name) {
   Expand();
-  const auto list = lists_.find(name);
+  const auto list =
+      std::ranges::find(lists_, name, &std::pair<std::string_view, CachedList>::first);
   return list == lists_.end() ? nullptr : &list->second;
 }
 

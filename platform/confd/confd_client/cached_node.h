@@ -12,6 +12,8 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "confd_client/path.h"
 
@@ -34,6 +36,8 @@ class CachedNode {
  public:
   using DataNode = cfm::agent::DataNode;
 
+  // Learns of a child what `piece` says of it; see Merge.
+  void AddChild(const DataNode& piece, bool whole);
   // Learns what `piece` says of this node and of those below it. With `whole`
   // the piece is part of a subtree that is all there. The piece must outlive
   // the node. Throws ipc::ProtocolError.
@@ -50,17 +54,27 @@ class CachedNode {
   bool KnowsEverything() const { return knows_everything_; }
 
  private:
+  // Made from its piece when somebody asks for it.
+  struct Child {
+    std::string_view name;
+    const DataNode* piece;
+    bool whole;
+    std::unique_ptr<CachedNode> node;
+  };
+
   void Expand();
-  void AddChild(const DataNode& child, bool whole);
   void AddEntry(const DataNode& entry, bool whole);
+  CachedNode& NodeOf(Child& child);
+  CachedList& ListOf(std::string_view name);
 
   const DataNode* data_ = nullptr;
   bool knows_own_nodes_ = false;
   bool knows_everything_ = false;
-  bool is_expanded_ = true;  // of a whole node: the maps are filled
-  // By names in the pieces.
-  std::unordered_map<std::string_view, std::unique_ptr<CachedNode>> nodes_;
-  std::unordered_map<std::string_view, CachedList> lists_;
+  bool is_expanded_ = true;  // of a whole node: what is below is filled in
+  // One for each name that the model has here, which are few: looking through
+  // them is faster than a map. The names are those in the pieces.
+  std::vector<Child> children_;
+  std::vector<std::pair<std::string_view, CachedList>> lists_;
 };
 
 }  // namespace confd

@@ -67,9 +67,21 @@ void Link::Receive(google::protobuf::MessageLite& message) {
 }
 
 cfm::agent::Reply Link::Transact(const cfm::agent::Request& request) {
+  cfm::agent::FromAgent answer;
+  Transact(request, answer);
+  return std::move(*answer.mutable_reply());
+}
+
+cfm::agent::Reply& Link::Transact(const cfm::agent::Request& request,
+                                  google::protobuf::Arena& arena) {
+  auto& answer = *google::protobuf::Arena::CreateMessage<cfm::agent::FromAgent>(&arena);
+  Transact(request, answer);
+  return *answer.mutable_reply();
+}
+
+void Link::Transact(const cfm::agent::Request& request, cfm::agent::FromAgent& answer) {
   Say(CONFD_TRACE, "request to the agent");
   Send(request);
-  cfm::agent::FromAgent answer;
   Receive(answer);
   if (!answer.has_reply()) {
     FailForGarbage("a message that is no reply");
@@ -77,7 +89,6 @@ cfm::agent::Reply Link::Transact(const cfm::agent::Request& request) {
   if (answer.reply().errors_size() > 0) {
     ThrowRefusal(answer.reply().errors(0));
   }
-  return std::move(*answer.mutable_reply());
 }
 
 void Link::CheckIdle() {

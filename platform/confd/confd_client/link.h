@@ -4,6 +4,7 @@
 #define CONFD_CLIENT_LINK_H
 
 #include <agent.pb.h>
+#include <google/protobuf/arena.h>
 #include <sys/types.h>
 
 #include <string>
@@ -26,6 +27,8 @@ class Link {
   // Sends and awaits the answer. An answer that refuses is an ApiError with
   // the agent's code and text.
   cfm::agent::Reply Transact(const cfm::agent::Request& request);
+  // The same for answers of many parts: the answer lives in the arena.
+  cfm::agent::Reply& Transact(const cfm::agent::Request& request, google::protobuf::Arena& arena);
 
   // Throws CONFD_EOF once the connection is over.
   void CheckNotOver() const;
@@ -37,6 +40,7 @@ class Link {
   [[noreturn]] void FailForGarbage(std::string_view cause);
 
  private:
+  void Transact(const cfm::agent::Request& request, cfm::agent::FromAgent& answer);
   void CheckUsable();
   bool IsSameSocket() const;
   [[noreturn]] void FailForEnd();

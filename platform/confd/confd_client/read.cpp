@@ -16,56 +16,67 @@ namespace {
   throw ApiError(CONFD_ERR_BADTYPE, std::string("the node is no ") + wanted);
 }
 
-int Get(Connection& connection, const Path& path, confd_value_t* result) {
-  BorrowedValue value(FindValue(connection, path));
-  CopyValue(value.Get(), *result);
+// Has `take` take the value at the path, if there is one.
+template <typename Take>
+int TakeValue(Connection& connection, const Path& path, Take take) {
+  const cfm::agent::Value* value = FindValue(connection, path);
+  if (value == nullptr) {
+    SetError(CONFD_ERR_NOEXISTS, PathText(path) + ": no such node exists");
+    return CONFD_ERR;
+  }
+  take(BorrowedValue(*value).Get());
   return CONFD_OK;
+}
+
+int Get(Connection& connection, const Path& path, confd_value_t* result) {
+  return TakeValue(connection, path,
+                   [result](const confd_value_t& value) { CopyValue(value, *result); });
 }
 
 int GetInt32(Connection& connection, const Path& path, int32_t* result) {
-  const confd_value_t value = BorrowedValue(FindValue(connection, path)).Get();
-  constexpr confd_vtype kFitting[] = {C_INT8, C_INT16, C_INT32, C_UINT8, C_UINT16};
-  if (std::ranges::find(kFitting, value.type) == std::end(kFitting)) {
-    ThrowBadType("32-bit integer");
-  }
-  *result = static_cast<int32_t>(*NumberOf(value));
-  return CONFD_OK;
+  return TakeValue(connection, path, [result](const confd_value_t& value) {
+    constexpr confd_vtype kFitting[] = {C_INT8, C_INT16, C_INT32, C_UINT8, C_UINT16};
+    if (std::ranges::find(kFitting, value.type) == std::end(kFitting)) {
+      ThrowBadType("32-bit integer");
+    }
+    *result = static_cast<int32_t>(*NumberOf(value));
+  });
 }
 
 int GetEnumValue(Connection& connection, const Path& path, int32_t* result) {
-  const confd_value_t value = BorrowedValue(FindValue(connection, path)).Get();
-  if (value.type != C_ENUM_VALUE) {
-    ThrowBadType("enumeration");
-  }
-  *result = CONFD_GET_ENUM_VALUE(&value);
-  return CONFD_OK;
+  return TakeValue(connection, path, [result](const confd_value_t& value) {
+    if (value.type != C_ENUM_VALUE) {
+      ThrowBadType("enumeration");
+    }
+    *result = CONFD_GET_ENUM_VALUE(&value);
+  });
 }
 
 int GetString(Connection& connection, const Path& path, char* result, int size) {
   if (size < 1) {
     throw ApiError(CONFD_ERR_PROTOUSAGE, "the result has no room for a text");
   }
-  const confd_value_t value = BorrowedValue(FindValue(connection, path)).Get();
-  const auto bytes = BytesOf(value);
-  if (!bytes) {
-    ThrowBadType("string");
-  }
-  const std::size_t length = std::min(bytes->size(), static_cast<std::size_t>(size) - 1);
-  std::copy_n(bytes->begin(), length, result);
-  result[length] = '\0';
-  return CONFD_OK;
+  return TakeValue(connection, path, [result, size](const confd_value_t& value) {
+    const auto bytes = BytesOf(value);
+    if (!bytes) {
+      ThrowBadType("string");
+    }
+    const std::size_t length = std::min(bytes->size(), static_cast<std::size_t>(size) - 1);
+    std::copy_n(bytes->begin(), length, result);
+    result[length] = '\0';
+  });
 }
 
 int GetList(Connection& connection, const Path& path, confd_value_t** elements, int* count) {
-  BorrowedValue value(FindValue(connection, path));
-  if (value.Get().type != C_LIST) {
-    ThrowBadType("leaf-list");
-  }
-  confd_value_t copy;
-  CopyValue(value.Get(), copy);
-  *elements = CONFD_GET_LIST(&copy);
-  *count = static_cast<int>(CONFD_GET_LISTSIZE(&copy));
-  return CONFD_OK;
+  return TakeValue(connection, path, [elements, count](const confd_value_t& value) {
+    if (value.type != C_LIST) {
+      ThrowBadType("leaf-list");
+    }
+    confd_value_t copy;
+    CopyValue(value, copy);
+    *elements = CONFD_GET_LIST(&copy);
+    *count = static_cast<int>(CONFD_GET_LISTSIZE(&copy));
+  });
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "confd_client/read_cache.h"
 
+#include <utility>
+
 namespace confd {
 namespace {
 
@@ -12,11 +14,9 @@ Verdict Missing(bool covered) {
 
 }  // namespace
 
-void ReadCache::Add(std::unique_ptr<cfm::agent::DataNode> piece) {
-  // The root is a node without a piece of its own: every answer adds a child.
-  pieces_.push_back(std::make_unique<cfm::agent::DataNode>());
-  pieces_.back()->mutable_children()->AddAllocated(piece.release());
-  root_.Merge(*pieces_.back(), false);
+void ReadCache::Add(std::shared_ptr<const cfm::agent::DataNode> piece) {
+  pieces_.push_back(std::move(piece));
+  root_.AddChild(*pieces_.back(), false);
 }
 
 void ReadCache::AddAbsence(const std::string& name) {

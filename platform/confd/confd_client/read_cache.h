@@ -40,7 +40,7 @@ class ReadCache {
   enum class Asked { kNotYet, kFetched };
 
   // Adds the answer to a Fetch. Throws ipc::ProtocolError.
-  void Add(std::unique_ptr<cfm::agent::DataNode> piece);
+  void Add(std::shared_ptr<const cfm::agent::DataNode> piece);
   // Adds that a Fetch found no top-level node of this name.
   void AddAbsence(const std::string& name);
 
@@ -62,7 +62,7 @@ class ReadCache {
 
   CachedNode root_;
   std::set<std::string> absent_;  // top-level names
-  std::vector<std::unique_ptr<cfm::agent::DataNode>> pieces_;
+  std::vector<std::shared_ptr<const cfm::agent::DataNode>> pieces_;
 };
 
 }  // namespace confd

@@ -15,7 +15,10 @@ using Question = Finding (ReadCache::*)(const Path&, Asked);
 void Fetch(Connection& connection, const Path& path) {
   cfm::agent::Request request;
   *request.mutable_fetch()->mutable_path() = PathMessage(path);
-  cfm::agent::Reply reply = connection.link.Transact(request);
+  // Thousands of small messages: taken one by one they cost more than the
+  // transport.
+  const auto arena = std::make_shared<google::protobuf::Arena>();
+  const cfm::agent::Reply& reply = connection.link.Transact(request, *arena);
   if (!reply.has_data()) {
     connection.session->cache.AddAbsence(path.front().name);
     return;
@@ -23,7 +26,7 @@ void Fetch(Connection& connection, const Path& path) {
   if (reply.data().name() != path.front().name) {
     throw ipc::ProtocolError("data of " + reply.data().name());
   }
-  connection.session->cache.Add(std::unique_ptr<cfm::agent::DataNode>(reply.release_data()));
+  connection.session->cache.Add({arena, &reply.data()});
 }
 
 [[noreturn]] void ThrowBadPath(const std::string& cause) {
@@ -86,15 +89,15 @@ bool IsWithoutInstance(const cfm::agent::DataNode& data) {
 
 }  // namespace
 
-const cfm::agent::Value& FindValue(Connection& connection, const Path& path) {
+const cfm::agent::Value* FindValue(Connection& connection, const Path& path) {
   const cfm::agent::DataNode* data = FindData(connection, path);
   if (data == nullptr || IsWithoutInstance(*data)) {
-    throw ApiError(CONFD_ERR_NOEXISTS, "no such node exists");
+    return nullptr;
   }
   if (!data->has_value()) {
     throw ApiError(CONFD_ERR_BADTYPE, "the node is no leaf");
   }
-  return data->value();
+  return &data->value();
 }
 
 int CountEntries(Connection& connection, const Path& path) {

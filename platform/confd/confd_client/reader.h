@@ -11,9 +11,9 @@ namespace confd {
 // Each throws ApiError, CONFD_ERR_NOSESSION outside a session, and
 // ipc::ProtocolError for an answer that makes no sense.
 
-// Of a leaf or leaf-list, its default included; CONFD_ERR_NOEXISTS without
-// one. Valid as long as the session.
-const cfm::agent::Value& FindValue(Connection& connection, const Path& path);
+// Of a leaf or leaf-list, its default included; null without one, which is
+// usual and so no exception. Valid as long as the session.
+const cfm::agent::Value* FindValue(Connection& connection, const Path& path);
 
 int CountEntries(Connection& connection, const Path& path);
 

@@ -184,8 +184,9 @@ void DecodeInto(const manager::Md& in, hierarchy_md& md) {
 void EncodeHierarchy(const Hierarchy& hierarchy, manager::Configuration& message) {
   message.clear_mds();
   message.mutable_mds()->Reserve(static_cast<int>(hierarchy.size()));
+  manager::Md encoded;  // used again: its parts keep their memory
   for (const auto& [name, md] : hierarchy) {
-    manager::Md encoded;
+    encoded.Clear();
     EncodeMd(name, md, encoded);
     encoded.SerializeToString(message.add_mds());
   }
