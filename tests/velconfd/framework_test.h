@@ -28,8 +28,9 @@ class Notes {
   Notes(Journal& journal, Reactions& reactions) : journal_(journal), reactions_(reactions) {}
   void operator()(const std::string& line) const {
     journal_.push_back(line);
-    if (const auto reaction = reactions_.find(line); reaction != reactions_.end()) {
-      reaction->second();
+    if (const auto found = reactions_.find(line); found != reactions_.end()) {
+      const auto reaction = found->second;  // it may take itself away
+      reaction();
     }
   }
 

@@ -87,7 +87,7 @@ class JournalInNamespace {
   // Throws std::system_error where that cannot be had: it takes root.
   JournalInNamespace() {
     Check(unshare(CLONE_NEWNS), "unshare");
-    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "mount /");
+    Check(mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr), "mount /");
     Check(mount("tmpfs", "/run", "tmpfs", 0, nullptr), "mount /run");
     std::filesystem::create_directories("/run/systemd/journal");
     sockaddr_un address{};
