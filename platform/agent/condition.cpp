@@ -143,7 +143,8 @@ Condition::Condition(const Model& model, const lysc_node& node, std::string_view
   }
 }
 
-bool Condition::Holds(const Model& model, const lyd_node* top, const Neighbour& neighbour) const {
+const lyd_node* Condition::Find(const Model& model, const lyd_node* top,
+                                const Neighbour& neighbour) const {
   const lyd_node* node = nullptr;
   for (const Step& step : steps_) {
     PathStep wanted{step.schema, {}, {}, false};
@@ -155,16 +156,16 @@ bool Condition::Holds(const Model& model, const lyd_node* top, const Neighbour& 
       const auto canonical = value != nullptr ? Canonical(model, *keys[i], *value, {})
                                               : Result<std::string>(Problem{});
       if (!canonical || *canonical != *value) {
-        return false;
+        return nullptr;
       }
       wanted.keys.push_back(*canonical);
     }
     node = FindChild(top, node, wanted);
     if (node == nullptr) {
-      return false;
+      return nullptr;
     }
   }
-  return true;
+  return node;
 }
 
 }  // namespace agentd

@@ -26,8 +26,9 @@ class Condition {
   // Canonical text of a leaf next to the one that is asked about; null when
   // it has no value.
   using Neighbour = std::function<const std::string*(const lysc_node& leaf)>;
-  // Whether the instance is in the configuration that begins at `top`.
-  bool Holds(const Model& model, const lyd_node* top, const Neighbour& neighbour) const;
+  // The instance in the configuration that begins at `top`; null: it is not
+  // there, and so the condition does not hold.
+  const lyd_node* Find(const Model& model, const lyd_node* top, const Neighbour& neighbour) const;
 
  private:
   // A step and the leaves that give its keys, in the order of the model; of a

@@ -117,9 +117,7 @@ void Invocation::OnTurn(Provider& provider) {
   if (services_.providers.ForActionpoint(actionpoint_) != &provider) {
     return Finish(services_.providers.AbsenceOfActionpoint(actionpoint_));
   }
-  cfm::agent::ProviderRequest request;
-  *request.mutable_action() = action_;
-  provider.Ask(*this, std::move(request), 0, nullptr);
+  provider.Perform(*this, action_);
 }
 
 void Invocation::OnAnswer(std::uint64_t, const cfm::agent::ProviderReply& reply) {

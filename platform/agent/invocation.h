@@ -23,7 +23,8 @@ class Invocation final : public Asker {
 
   void OnTurn(Provider& provider) override;
   void OnAnswer(std::uint64_t id, const cfm::agent::ProviderReply& reply) override;
-  void OnDelayed(std::uint64_t) override {}
+  void OnDelayed(std::uint64_t, const cfm::agent::ProviderReply&) override {}
+  void OnUnasked(std::uint64_t) override {}  // only reads come back
   void OnMiss(std::uint64_t id, Miss miss, const std::string& why) override;
 
  private:

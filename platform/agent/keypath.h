@@ -6,9 +6,10 @@
 
 namespace agentd {
 
-// Of a leaf or leaf-list of the entry, leaf first.
-cfm::agent::Keypath KeypathOf(const Model& model, const OperationalEntry& entry,
-                              const lysc_node& leaf);
+// Of a leaf or leaf-list of the entry, leaf first. What it shares with that of
+// a leaf of the entry `before`, if any, is only counted.
+cfm::agent::Keypath KeypathOf(const Model& model, const OperationalEntry* before,
+                              const OperationalEntry& entry, const lysc_node& leaf);
 
 }  // namespace agentd
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "datastore.h"
+#include "excerpt.h"
 #include "keypath.h"
 #include "render.h"
-#include "typed_value.h"
 
 namespace agentd {
 namespace {
@@ -14,15 +14,13 @@ using cfm::agent::ProviderReply;
 
 // Commits that a read begins anew for.
 constexpr int kMaxRestarts = 3;
-// A provider that finds no end of a leaf-list is at fault.
-constexpr std::size_t kMaxElements = 65536;
+// In one batch: a provider works them in about a millisecond, for which a
+// commit waits, and an exchange of messages costs little beside them.
+constexpr std::size_t kMostQuestions = 64;
+constexpr std::uint32_t kMostSteps = 256;  // of one walk
 
 bool IsLeafList(const ReadPlan::Question& question) {
   return question.leaf->schema->nodetype == LYS_LEAFLIST;
-}
-
-std::string TraversalOf(const ReadPlan::Question& question) {
-  return IsLeafList(question) ? question.leaf->callpoint : "";
 }
 
 }  // namespace
@@ -40,7 +38,7 @@ void OperationalRead::Start() {
     return Refuse(problems);
   }
   Begin();
-  if (NamesOneEntry() && plan_->Targets().empty()) {
+  if (NamesOneEntry() && agenda_->Plan().Targets().empty()) {
     return Refuse(
         {{.message = "there is no such entry", .path = TextOf(path_), .rule = "data-missing"}});
   }
@@ -81,7 +79,8 @@ bool OperationalRead::NamesOneEntry() const {
 void OperationalRead::Begin() {
   state_ = services_.datastore.Running();
   thandle_ = services_.providers.NewTransaction();
-  plan_.emplace(services_.operational.Top(), services_.provider_model, path_, scope_);
+  agenda_.emplace(ReadPlan(services_.operational.Top(), services_.provider_model, path_, scope_));
+  answers_.emplace(services_.model, agenda_->Plan());
 }
 
 void OperationalRead::GiveUp() {
@@ -94,15 +93,9 @@ void OperationalRead::GiveUp() {
   }
 }
 
-bool OperationalRead::IsAllAsked() {
-  return !traversal_ && !plan_->Front() &&
-         std::all_of(callpoints_.begin(), callpoints_.end(),
-                     [](const auto& each) { return each.second.held.empty(); });
-}
-
 // A read that only waits for delayed replies is what it is.
 void OperationalRead::FollowConfiguration() {
-  if (state_ == services_.datastore.Running() || IsAllAsked()) {
+  if (state_ == services_.datastore.Running() || (!walk_ && agenda_->IsEmpty())) {
     return;
   }
   if (restarts_ == kMaxRestarts) {
@@ -113,11 +106,12 @@ void OperationalRead::FollowConfiguration() {
   ++restarts_;
   GiveUp();
   transactions_.clear();
-  callpoints_.clear();
-  traversal_.reset();
+  silences_.clear();
+  walk_.reset();
   pending_.clear();
-  wanted_.reset();
-  omissions_.Clear();
+  in_flight_ = 0;
+  unasked_.clear();
+  wants_turn_ = false;
   Begin();
 }
 
@@ -131,153 +125,162 @@ bool OperationalRead::Holds(const ComputedLeaf& leaf, const EntryPtr& entry) {
   if (!is_known) {
     const auto neighbour = [&](const lysc_node& each) { return WrittenText(*entry, each); };
     judgement_ = {leaf.condition.get(), entry.get(), entry->version, state_.get(),
-                  leaf.condition->Holds(services_.model, state_->Top(), neighbour)};
+                  leaf.condition->Find(services_.model, state_->Top(), neighbour)};
   }
-  return judgement_.holds;
+  return judgement_.configured != nullptr;
 }
 
 // Whether the question need not, or cannot, be asked. The latter is noted.
 bool OperationalRead::Skip(const Question& question) {
-  const EntryPtr& entry = plan_->At(question).entry;
+  const EntryPtr& entry = agenda_->Plan().At(question).entry;
   if (entry->gone || !Holds(*question.leaf, entry)) {
     return true;
   }
   const std::string& name = question.leaf->callpoint;
-  const Callpoint& callpoint = callpoints_[name];
-  if (!callpoint.silence.empty()) {
-    Omit(question, callpoint.silence);
+  if (const auto silence = silences_.find(name); silence != silences_.end()) {
+    answers_->Omit(question, silence->second);
     return true;
   }
   const Provider* provider = services_.providers.ForCallpoint(name);
   if (provider == nullptr) {
-    Omit(question, services_.providers.AbsenceOfCallpoint(name));
+    answers_->Omit(question, services_.providers.AbsenceOfCallpoint(name));
     return true;
   }
   const auto transaction = transactions_.find(provider->Number());
   if (transaction != transactions_.end() && !transaction->second.refusal.empty()) {
-    Omit(question, transaction->second.refusal);
+    answers_->Omit(question, transaction->second.refusal);
     return true;
   }
   return false;
 }
 
-void OperationalRead::Omit(const Question& question, const std::string& cause) {
-  omissions_.Add(cause, question.leaf->schema->name, question.target);
-}
-
-std::optional<OperationalRead::Question> OperationalRead::NextHeld() {
-  for (auto& [name, callpoint] : callpoints_) {
-    while (callpoint.delayed == 0 && !callpoint.held.empty()) {
-      const Question question = callpoint.held.front();
-      if (!Skip(question)) {
-        return question;
-      }
-      callpoint.held.pop_front();
-    }
-  }
-  return std::nullopt;
-}
-
 // Nothing when all is asked, or when what is left waits for a reply.
-std::optional<OperationalRead::Question> OperationalRead::Next() {
-  FollowConfiguration();
-  if (traversal_) {
-    if (traversal_->is_waiting) {
+std::optional<OperationalRead::Candidate> OperationalRead::Next() {
+  if (walk_) {
+    if (walk_->is_waiting) {
       return std::nullopt;
     }
-    if (!Skip(traversal_->question)) {
-      return traversal_->question;
+    if (!Skip(walk_->question)) {
+      Candidate candidate = CandidateOf({walk_->question});
+      candidate.is_walk_at_hand = true;
+      return candidate;
     }
-    EndTraversal();
+    walk_.reset();
   }
-  if (const auto held = NextHeld()) {
-    return held;
-  }
-  while (const auto question = plan_->Front()) {
-    Callpoint& callpoint = callpoints_[question->leaf->callpoint];
-    if (callpoint.delayed > 0) {
-      callpoint.held.push_back(*question);
-    } else if (!Skip(*question)) {
-      return question;
-    }
-    plan_->Pop();
-  }
-  return std::nullopt;
+  const auto item = agenda_->Front([this](const Question& question) { return Skip(question); });
+  return item ? std::optional(CandidateOf(*item)) : std::nullopt;
 }
 
-// Takes the question that Next gave from where it came from.
-void OperationalRead::Consume(const Question& question) {
-  if (traversal_) {
-    traversal_->is_waiting = true;
+// Of a question that was just looked at.
+OperationalRead::Candidate OperationalRead::CandidateOf(const ReadAgenda::Item& item) const {
+  const bool has_condition = item.question.leaf->condition != nullptr;
+  return {.item = item, .configured = has_condition ? judgement_.configured : nullptr};
+}
+
+// While something is in flight, what is to be asked next is not known.
+void OperationalRead::Proceed() {
+  if (in_flight_ > 0) {
     return;
   }
-  std::deque<Question>& held = callpoints_[question.leaf->callpoint].held;
-  if (!held.empty()) {
-    held.pop_front();
-  } else {
-    plan_->Pop();
-  }
-  if (IsLeafList(question)) {
-    traversal_ = Traversal{.question = question, .is_waiting = true};
-  }
-}
-
-void OperationalRead::Proceed() {
-  const auto question = Next();
-  if (!question) {
+  FollowConfiguration();
+  const auto candidate = Next();
+  if (!candidate) {
     if (pending_.empty()) {
       Finish();
     }
     return;
   }
-  Provider& provider = *services_.providers.ForCallpoint(question->leaf->callpoint);
-  const auto transaction = transactions_.find(provider.Number());
-  if (transaction == transactions_.end()) {
+  const Question& question = candidate->item.question;
+  Provider& provider = *services_.providers.ForCallpoint(question.leaf->callpoint);
+  if (!transactions_.contains(provider.Number())) {
     BeginTransaction(provider);
-  } else if (transaction->second.is_open && !wanted_) {
-    wanted_ = Wanted{provider.Number(), TraversalOf(*question)};
-    provider.Want(*this, wanted_->traversal);
+  } else if (!wants_turn_) {
+    wants_turn_ = true;
+    provider.Want(*this, IsLeafList(question) ? question.leaf->callpoint : "");
   }
 }
 
 void OperationalRead::BeginTransaction(Provider& provider) {
   transactions_[provider.Number()] = {.provider = provider.Describe()};
   pending_[provider.Begin(*this, thandle_)] = {.provider = provider.Number()};
+  ++in_flight_;
 }
 
 void OperationalRead::OnTurn(Provider& provider) {
-  const Wanted wanted = std::exchange(wanted_, std::nullopt).value_or(Wanted{});
-  const auto question = Next();
-  const bool is_meant = question && wanted.provider == provider.Number() &&
-                        TraversalOf(*question) == wanted.traversal &&
-                        services_.providers.ForCallpoint(question->leaf->callpoint) == &provider &&
-                        transactions_.contains(provider.Number());
-  if (is_meant) {
-    Ask(provider, *question);
-  } else if (!traversal_) {
-    provider.EndTraversal(*this);
+  wants_turn_ = false;
+  FollowConfiguration();
+  if (const auto drawn = Draw(provider); !drawn.empty()) {
+    Ask(provider, drawn);
   }
   Proceed();
 }
 
-void OperationalRead::Ask(Provider& provider, const Question& question) {
-  const EntryPtr entry = plan_->At(question).entry;
-  const auto keypath = KeypathOf(services_.model, *entry, *question.leaf->schema);
-  Consume(question);
-  cfm::agent::ProviderRequest request;
+bool OperationalRead::MayAsk(Provider& provider, const Question& question) {
+  const std::string& callpoint = question.leaf->callpoint;
+  const auto transaction = transactions_.find(provider.Number());
+  return services_.providers.ForCallpoint(callpoint) == &provider &&
+         transaction != transactions_.end() && transaction->second.is_open &&
+         (!IsLeafList(question) || provider.BeginWalk(*this, callpoint));
+}
+
+// Takes what is to be asked next, as far as it can be asked in one batch. A walk
+// at hand goes alone: what follows it depends on where it ends.
+std::vector<OperationalRead::Candidate> OperationalRead::Draw(Provider& provider) {
+  std::vector<Candidate> drawn;
+  while (drawn.size() < kMostQuestions) {
+    const auto next = Next();
+    if (!next || !MayAsk(provider, next->item.question)) {
+      break;
+    }
+    drawn.push_back(*next);
+    if (next->is_walk_at_hand) {
+      walk_->is_waiting = true;
+      break;
+    }
+    agenda_->Pop(next->item);
+  }
+  return drawn;
+}
+
+void OperationalRead::Ask(Provider& provider, const std::vector<Candidate>& drawn) {
+  cfm::agent::ReadBatch batch;
+  Excerpt excerpt(services_.model, *state_);
+  std::vector<EntryPtr> subjects;
+  const OperationalEntry* before = nullptr;
+  for (const Candidate& candidate : drawn) {
+    const Question& question = candidate.item.question;
+    subjects.push_back(agenda_->Plan().At(question).entry);
+    AddRequest(before, candidate, batch);
+    before = subjects.back().get();
+    if (candidate.configured != nullptr && provider.ReadsConfiguration(question.leaf->callpoint)) {
+      excerpt.Add(*candidate.configured);
+    }
+  }
+  *batch.mutable_configuration() = excerpt.Take();
+  std::uint64_t id = provider.Ask(*this, thandle_, std::move(batch), subjects);
+  for (const Candidate& candidate : drawn) {
+    pending_[id++] = {.provider = provider.Number(), .item = candidate.item};
+  }
+  in_flight_ += drawn.size();
+}
+
+void OperationalRead::AddRequest(const OperationalEntry* before, const Candidate& candidate,
+                                 cfm::agent::ReadBatch& batch) {
+  const Question& question = candidate.item.question;
+  const OperationalEntry& entry = *agenda_->Plan().At(question).entry;
   const auto fill = [&](auto& get) {
     get.set_thandle(thandle_);
     get.set_callpoint(question.leaf->callpoint);
-    *get.mutable_keypath() = keypath;
+    *get.mutable_keypath() = KeypathOf(services_.model, before, entry, *question.leaf->schema);
   };
-  if (traversal_) {
+  cfm::agent::ProviderRequest& request = *batch.add_requests();
+  if (IsLeafList(question)) {
     fill(*request.mutable_get_next());
-    request.mutable_get_next()->set_next(traversal_->next);
+    request.mutable_get_next()->set_next(candidate.is_walk_at_hand ? walk_->next : -1);
+    request.mutable_get_next()->set_steps(kMostSteps);
   } else {
     fill(*request.mutable_get_elem());
   }
-  const std::uint64_t id = provider.Ask(*this, std::move(request), thandle_, entry);
-  pending_[id] = {.provider = provider.Number(), .question = question};
 }
 
 OperationalRead::Pending OperationalRead::Settle(std::uint64_t id) {
@@ -285,21 +288,43 @@ OperationalRead::Pending OperationalRead::Settle(std::uint64_t id) {
   const Pending pending = found->second;
   pending_.erase(found);
   if (pending.is_delayed) {
-    --callpoints_[pending.question->leaf->callpoint].delayed;
+    agenda_->NoLongerDelayed(pending.item->question.leaf->callpoint);
+  } else {
+    --in_flight_;
   }
   return pending;
 }
 
-void OperationalRead::OnAnswer(std::uint64_t id, const ProviderReply& reply) {
-  const Pending pending = Settle(id);
-  if (!pending.question) {
-    OnBegun(pending, reply);
-  } else if (IsLeafList(*pending.question)) {
-    OnStep(pending, reply);
-  } else {
-    OnValue(pending, reply);
+// What the batch has left undone is to be asked again, before anything else.
+void OperationalRead::Settled(const Pending& pending) {
+  if (in_flight_ > 0) {
+    return;
+  }
+  agenda_->Return(std::exchange(unasked_, {}));
+  Provider* provider = services_.providers.WithNumber(pending.provider);
+  if (provider != nullptr && !walk_) {
+    provider->EndWalks(*this);
   }
   Proceed();
+}
+
+void OperationalRead::OnAnswer(std::uint64_t id, const ProviderReply& reply) {
+  const Pending pending = Settle(id);
+  if (!pending.item) {
+    OnBegun(pending, reply);
+    return Settled(pending);
+  }
+  const Question& question = pending.item->question;
+  if (IsLeafList(question)) {
+    OnSteps(pending, reply);
+  } else {
+    answers_->TakeValue(question, reply, transactions_[pending.provider].provider);
+  }
+  Provider* provider = services_.providers.WithNumber(pending.provider);
+  if (provider != nullptr && reply.reads_configuration()) {
+    provider->NoteReadsConfiguration(question.leaf->callpoint);
+  }
+  Settled(pending);
 }
 
 void OperationalRead::OnBegun(const Pending& pending, const ProviderReply& reply) {
@@ -310,80 +335,56 @@ void OperationalRead::OnBegun(const Pending& pending, const ProviderReply& reply
   }
 }
 
-void OperationalRead::OnValue(const Pending& pending, const ProviderReply& reply) {
-  const Question& question = *pending.question;
+// The walk at hand, or one that was begun by the batch.
+void OperationalRead::OnSteps(const Pending& pending, const ProviderReply& reply) {
+  const Question& question = pending.item->question;
   const std::string& who = transactions_[pending.provider].provider;
-  if (reply.result() == ProviderReply::ERROR) {
-    Omit(question, who + " answered: " + reply.error());
-  } else if (reply.result() == ProviderReply::OK) {
-    const auto text = CheckedText(services_.model, *question.leaf->schema, reply.value());
-    if (text) {
-      plan_->At(question).values.emplace_back(question.leaf->schema, *text);
-    } else {
-      Omit(question, who + " answered what the model forbids: " + text.Why().front().message);
-    }
+  const bool is_at_hand = walk_ && walk_->question == question;
+  if (walk_ && !is_at_hand) {
+    return answers_->Omit(question, who + " goes on before a walk is at its end");
+  }
+  Walk walk = is_at_hand ? std::move(*walk_) : Walk{.question = question};
+  walk_.reset();
+  if (answers_->TakeSteps(walk, reply, who)) {
+    walk_ = std::move(walk);
   }
 }
 
-void OperationalRead::OnStep(const Pending& pending, const ProviderReply& reply) {
-  const Question& question = *pending.question;
-  const std::string& who = transactions_[pending.provider].provider;
-  if (reply.result() == ProviderReply::ERROR) {
-    Omit(question, who + " answered: " + reply.error());
-    return EndTraversal();
-  }
-  const bool has_element = reply.result() == ProviderReply::OK && reply.keys_size() > 0;
-  if (has_element) {
-    const auto text = CheckedText(services_.model, *question.leaf->schema, reply.keys(0));
-    if (!text || traversal_->elements.size() == kMaxElements) {
-      Omit(question,
-           who + (text ? " finds no end"
-                       : " answered what the model forbids: " + text.Why().front().message));
-      return EndTraversal();
-    }
-    traversal_->elements.push_back(*text);
-    traversal_->next = reply.next();
-    traversal_->is_waiting = false;
-  }
-  if (!has_element || reply.next() == -1) {
-    for (const std::string& element : traversal_->elements) {
-      plan_->At(question).values.emplace_back(question.leaf->schema, element);
-    }
-    EndTraversal();
-  }
-}
-
-void OperationalRead::EndTraversal() {
-  const std::string callpoint = traversal_->question.leaf->callpoint;
-  traversal_.reset();
-  if (Provider* provider = services_.providers.ForCallpoint(callpoint)) {
-    provider->EndTraversal(*this);
-  }
-}
-
-void OperationalRead::OnDelayed(std::uint64_t id) {
+void OperationalRead::OnDelayed(std::uint64_t id, const ProviderReply& reply) {
   Pending& pending = pending_.at(id);
   pending.is_delayed = true;
-  ++callpoints_[pending.question->leaf->callpoint].delayed;
-  Proceed();
+  --in_flight_;
+  const Question& question = pending.item->question;
+  agenda_->Delayed(question.leaf->callpoint);
+  if (IsLeafList(question)) {
+    OnSteps(pending, reply);
+  }
+  Settled(pending);
+}
+
+void OperationalRead::OnUnasked(std::uint64_t id) {
+  const Pending pending = Settle(id);
+  unasked_.push_back(*pending.item);
+  Settled(pending);
 }
 
 void OperationalRead::OnMiss(std::uint64_t id, Miss miss, const std::string& why) {
   const Pending pending = Settle(id);
-  if (!pending.question) {
+  if (!pending.item) {
     transactions_.erase(pending.provider);
-    return Proceed();
+    return Settled(pending);
   }
+  const Question& question = pending.item->question;
   if (miss != Miss::kEntryGone) {
-    Omit(*pending.question, why);
+    answers_->Omit(question, why);
   }
   if (miss == Miss::kTimeout) {
-    callpoints_[pending.question->leaf->callpoint].silence = why;
+    silences_[question.leaf->callpoint] = why;
   }
-  if (IsLeafList(*pending.question)) {
-    EndTraversal();
+  if (walk_ && walk_->question == question) {
+    walk_.reset();
   }
-  Proceed();
+  Settled(pending);
 }
 
 void OperationalRead::Refuse(const Problems& problems) {
@@ -395,7 +396,7 @@ void OperationalRead::Refuse(const Problems& problems) {
 void OperationalRead::Fill(cfm::agent::Reply& reply) const {
   std::size_t gone = 0;
   OperationalTree tree(path_, scope_);
-  for (const ReadPlan::Target& target : plan_->Targets()) {
+  for (const ReadPlan::Target& target : agenda_->Plan().Targets()) {
     if (target.entry->gone) {
       ++gone;
     } else {
@@ -403,7 +404,7 @@ void OperationalRead::Fill(cfm::agent::Reply& reply) const {
     }
   }
   // A read that began anew may have found it gone already.
-  const auto& targets = plan_->Targets();
+  const auto& targets = agenda_->Plan().Targets();
   if (NamesOneEntry() && (targets.empty() || targets.front().entry->gone)) {
     AddProblems({{.message = "the entry is gone: it was deleted during the read",
                   .path = TextOf(path_),
@@ -415,7 +416,7 @@ void OperationalRead::Fill(cfm::agent::Reply& reply) const {
   if (gone > 0) {
     reply.add_warnings(CountOf(gone) + " went away during the read");
   }
-  for (const std::string& warning : omissions_.Warnings()) {
+  for (const std::string& warning : answers_->Omitted().Warnings()) {
     reply.add_warnings(warning);
   }
   if (is_mixed_) {

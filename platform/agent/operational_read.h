@@ -1,5 +1,6 @@
 // One northbound read of operational data: what programs wrote, and what the
-// data providers compute for it, asked leaf after leaf.
+// data providers compute for it, asked leaf after leaf, as many at a time as a
+// batch holds.
 //
 // It works on one state of the configuration. When a commit comes in between
 // it begins anew, a few times; a read that still finds no rest goes on, says
@@ -8,15 +9,15 @@
 #ifndef AGENT_OPERATIONAL_READ_H
 #define AGENT_OPERATIONAL_READ_H
 
-#include <deque>
 #include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "omissions.h"
 #include "providers.h"
-#include "read_plan.h"
+#include "read_agenda.h"
+#include "read_answers.h"
 #include "snapshot.h"
 
 namespace agentd {
@@ -35,7 +36,8 @@ class OperationalRead final : public Asker {
 
   void OnTurn(Provider& provider) override;
   void OnAnswer(std::uint64_t id, const cfm::agent::ProviderReply& reply) override;
-  void OnDelayed(std::uint64_t id) override;
+  void OnDelayed(std::uint64_t id, const cfm::agent::ProviderReply& reply) override;
+  void OnUnasked(std::uint64_t id) override;
   void OnMiss(std::uint64_t id, Miss miss, const std::string& why) override;
 
  private:
@@ -47,50 +49,39 @@ class OperationalRead final : public Asker {
     bool is_open = false;
     std::string refusal{};
   };
-  // A callpoint that delays a reply is not asked again before that comes: the
-  // provider is fetching, and the next reply may be ready then.
-  struct Callpoint {
-    std::size_t delayed = 0;
-    std::deque<Question> held{};
-    std::string silence{};  // a delayed reply did not come: why
-  };
-  // Elements of a leaf-list, step by step.
-  struct Traversal {
-    Question question;
-    std::int64_t next = -1;
-    bool is_waiting = false;
-    std::vector<std::string> elements{};
+  // A question that can be asked now.
+  struct Candidate {
+    ReadAgenda::Item item;
+    bool is_walk_at_hand = false;          // and not of the agenda
+    const lyd_node* configured = nullptr;  // what its condition names, if it has one
   };
   // What an outstanding request is about.
   struct Pending {
     std::uint64_t provider = 0;
-    std::optional<Question> question{};  // none: the beginning of the transaction
+    std::optional<ReadAgenda::Item> item{};  // none: the beginning of the transaction
     bool is_delayed = false;
-  };
-  struct Wanted {
-    std::uint64_t provider = 0;
-    std::string traversal;
   };
 
   void Proceed();
-  std::optional<Question> Next();
-  std::optional<Question> NextHeld();
-  void Consume(const Question& question);
+  std::optional<Candidate> Next();
+  Candidate CandidateOf(const ReadAgenda::Item& item) const;
   bool Skip(const Question& question);
   bool Holds(const ComputedLeaf& leaf, const EntryPtr& entry);
-  bool IsAllAsked();
   void FollowConfiguration();
   void Begin();
   void GiveUp();
-  void Ask(Provider& provider, const Question& question);
-  void BeginTransaction(Provider& provider);
-  Pending Settle(std::uint64_t id);
 
+  void BeginTransaction(Provider& provider);
+  bool MayAsk(Provider& provider, const Question& question);
+  std::vector<Candidate> Draw(Provider& provider);
+  void Ask(Provider& provider, const std::vector<Candidate>& drawn);
+  void AddRequest(const OperationalEntry* before, const Candidate& candidate,
+                  cfm::agent::ReadBatch& batch);
+
+  Pending Settle(std::uint64_t id);
+  void Settled(const Pending& pending);
   void OnBegun(const Pending& pending, const cfm::agent::ProviderReply& reply);
-  void OnValue(const Pending& pending, const cfm::agent::ProviderReply& reply);
-  void OnStep(const Pending& pending, const cfm::agent::ProviderReply& reply);
-  void EndTraversal();
-  void Omit(const Question& question, const std::string& cause);
+  void OnSteps(const Pending& pending, const cfm::agent::ProviderReply& reply);
 
   Problems CheckRequest();
   Problems CheckPath();
@@ -109,13 +100,15 @@ class OperationalRead final : public Asker {
   int restarts_ = 0;
   bool is_mixed_ = false;  // commits came in between and there was no rest
   std::uint32_t thandle_ = 0;
-  std::optional<ReadPlan> plan_;
-  Omissions omissions_;
+  std::optional<ReadAgenda> agenda_;
+  std::optional<ReadAnswers> answers_;
   std::map<std::uint64_t, Transaction> transactions_;  // by provider
-  std::map<std::string, Callpoint> callpoints_;
-  std::optional<Traversal> traversal_;
+  std::map<std::string, std::string> silences_;        // why a delayed reply did not come
+  std::optional<Walk> walk_;                           // nothing else is asked before it ends
   std::map<std::uint64_t, Pending> pending_;
-  std::optional<Wanted> wanted_;
+  std::size_t in_flight_ = 0;              // of them, those that are not delayed
+  std::vector<ReadAgenda::Item> unasked_;  // by the batch in flight
+  bool wants_turn_ = false;
 
   // The last condition that was looked at: most leaves of an entry share one.
   struct Judgement {
@@ -123,7 +116,7 @@ class OperationalRead final : public Asker {
     const OperationalEntry* entry = nullptr;
     std::uint64_t version = 0;
     const Snapshot* state = nullptr;
-    bool holds = false;
+    const lyd_node* configured = nullptr;
   };
   Judgement judgement_;
 };

@@ -6,13 +6,6 @@
 #include "log.h"
 
 namespace agentd {
-namespace {
-
-// Requests on a worker connection that wait for an answer. The provider works
-// them one after the other in any case.
-constexpr std::size_t kWindow = 1;
-
-}  // namespace
 
 Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
                    std::uint64_t& last_id, std::function<void()> on_hang)
@@ -64,13 +57,17 @@ void Provider::Lose(const std::string& reason) {
   }
 }
 
-void Provider::Want(Asker& asker, const std::string& traversal) {
-  waiting_.push_back({&asker, traversal});
+void Provider::Want(Asker& asker, const std::string& walk) {
+  waiting_.push_back({&asker, walk});
   Pump();
 }
 
-void Provider::EndTraversal(const Asker& asker) {
-  std::erase_if(traversals_, [&](const auto& each) { return each.second == &asker; });
+bool Provider::BeginWalk(const Asker& asker, const std::string& callpoint) {
+  return walks_.emplace(callpoint, &asker).first->second == &asker;
+}
+
+void Provider::EndWalks(const Asker& asker) {
+  std::erase_if(walks_, [&](const auto& each) { return each.second == &asker; });
 }
 
 std::uint64_t Provider::Now() const {
@@ -95,7 +92,7 @@ std::uint64_t Provider::Begin(Asker& asker, std::uint32_t thandle) {
   cfm::agent::ProviderRequest request;
   request.mutable_trans_init()->set_thandle(thandle);
   return Send(*control_, std::move(request),
-              {.asker = &asker, .kind = Kind::kControl, .thandle = thandle, .subject = {}});
+              {.asker = &asker, .kind = Kind::kControl, .thandle = thandle});
 }
 
 void Provider::End(std::uint32_t thandle) {
@@ -116,16 +113,40 @@ void Provider::FinishTransaction(std::uint32_t thandle) {
   control_->Send(message);  // its reply says nothing
 }
 
-std::uint64_t Provider::Ask(Asker& asker, cfm::agent::ProviderRequest request,
-                            std::uint32_t thandle, EntryPtr subject) {
-  if (in_window_++ == 0) {
+void Provider::EnterWindow(std::size_t requests) {
+  if (in_window_ == 0) {
     rules_.locks.Take(this, "a read that waits for " + Describe());
   }
-  if (thandle != 0) {
-    ++asked_[thandle];
+  in_window_ += requests;
+}
+
+std::uint64_t Provider::Ask(Asker& asker, std::uint32_t thandle, cfm::agent::ReadBatch batch,
+                            const std::vector<EntryPtr>& subjects) {
+  EnterWindow(subjects.size());
+  asked_[thandle] += subjects.size();
+  const std::uint64_t first = last_id_ + 1;
+  const std::uint64_t deadline = Now() + static_cast<std::uint64_t>(rules_.timeout.count());
+  for (auto& request : *batch.mutable_requests()) {
+    request.set_id(++last_id_);
+    requests_.emplace_hint(requests_.end(), last_id_,
+                           Request{.asker = &asker,
+                                   .thandle = thandle,
+                                   .subject = subjects[last_id_ - first],
+                                   .may_return = last_id_ > first,
+                                   .deadline = deadline});
   }
-  return Send(*worker_, std::move(request),
-              {.asker = &asker, .thandle = thandle, .subject = std::move(subject)});
+  cfm::agent::FromAgent message;
+  *message.mutable_read_batch() = std::move(batch);
+  worker_->Send(message);
+  Watch();
+  return first;
+}
+
+std::uint64_t Provider::Perform(Asker& asker, cfm::agent::PerformAction action) {
+  EnterWindow(1);
+  cfm::agent::ProviderRequest request;
+  *request.mutable_action() = std::move(action);
+  return Send(*worker_, std::move(request), {.asker = &asker});
 }
 
 void Provider::LeaveWindow(const Request& request) {
@@ -150,7 +171,7 @@ Provider::Request Provider::Take(Requests::iterator found) {
 }
 
 void Provider::Forget(const Asker& asker) {
-  EndTraversal(asker);
+  EndWalks(asker);
   std::erase_if(waiting_, [&](const Waiting& each) { return each.asker == &asker; });
   std::erase_if(requests_, [&](const auto& each) {
     return each.second.asker == &asker && each.second.kind == Kind::kDelayed;
@@ -164,13 +185,13 @@ void Provider::Forget(const Asker& asker) {
   Pump();
 }
 
-void Provider::Delayed(std::uint64_t id, Request& request) {
+void Provider::Delayed(const cfm::agent::ProviderReply& reply, Request& request) {
   LeaveWindow(request);
   request.kind = Kind::kDelayed;
   if (Asker* asker = request.asker) {
-    asker->OnDelayed(id);
+    asker->OnDelayed(reply.id(), reply);
   } else {
-    requests_.erase(id);
+    requests_.erase(reply.id());
   }
 }
 
@@ -186,7 +207,14 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
     if (found->second.kind != Kind::kWorker) {
       throw ipc::ProtocolError("a delay of what cannot be delayed");
     }
-    Delayed(found->first, found->second);
+    Delayed(reply, found->second);
+  } else if (reply.result() == cfm::agent::ProviderReply::UNASKED) {
+    if (found->second.kind != Kind::kWorker || !found->second.may_return) {
+      throw ipc::ProtocolError("a request that comes back though it had to be worked");
+    }
+    if (Asker* asker = Take(found).asker) {
+      asker->OnUnasked(reply.id());
+    }
   } else if (Asker* asker = Take(found).asker) {
     asker->OnAnswer(reply.id(), reply);
   }
@@ -194,8 +222,8 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
 }
 
 bool Provider::MayTurn(const Waiting& waiting) const {
-  const auto held = traversals_.find(waiting.traversal);
-  return held == traversals_.end() || held->second == waiting.asker;
+  const auto held = walks_.find(waiting.walk);
+  return held == walks_.end() || held->second == waiting.asker;
 }
 
 void Provider::Pump() {
@@ -203,18 +231,15 @@ void Provider::Pump() {
     return;
   }
   pumping_ = true;
-  while (alive_ && worker_ != nullptr && in_window_ < kWindow && !rules_.on_hold()) {
+  while (alive_ && worker_ != nullptr && in_window_ == 0 && !rules_.on_hold()) {
     const auto next = std::find_if(waiting_.begin(), waiting_.end(),
                                    [this](const Waiting& each) { return MayTurn(each); });
     if (next == waiting_.end()) {
       break;
     }
-    const Waiting turn = *next;
+    Asker& asker = *next->asker;
     waiting_.erase(next);
-    if (!turn.traversal.empty()) {
-      traversals_[turn.traversal] = turn.asker;
-    }
-    turn.asker->OnTurn(*this);
+    asker.OnTurn(*this);
   }
   pumping_ = false;
 }

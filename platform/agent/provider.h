@@ -2,11 +2,11 @@
 // It has a control connection, on which transactions begin and end, and a
 // worker connection, on which it is asked.
 //
-// Whoever asks waits for its turn. No more than a window of requests is on the
-// worker connection at a time, but for those whose reply the provider delays;
-// while a commit is in work none is sent, and a commit waits for those in the
-// window: what the provider reads of the configuration to answer is what the
-// question was made from.
+// Whoever asks waits for its turn, in which it asks for an operation or for a
+// batch of reads. The next turn comes when all of that is answered, but for what
+// the provider delays. While a commit is in work nothing is asked, and a commit
+// waits for what is: what the provider reads of the configuration to answer is
+// what the question was made from.
 #ifndef AGENT_PROVIDER_H
 #define AGENT_PROVIDER_H
 
@@ -39,11 +39,13 @@ enum class Miss {
 class Asker {
  public:
   virtual ~Asker() = default;
-  // It may ask one thing now, or let its turn pass.
+  // It may ask now, once, or let its turn pass.
   virtual void OnTurn(Provider& provider) = 0;
   virtual void OnAnswer(std::uint64_t id, const cfm::agent::ProviderReply& reply) = 0;
-  // The reply comes later.
-  virtual void OnDelayed(std::uint64_t id) = 0;
+  // The answer comes later; this is what was found until now.
+  virtual void OnDelayed(std::uint64_t id, const cfm::agent::ProviderReply& reply) = 0;
+  // The provider has not looked at it, and has forgotten it.
+  virtual void OnUnasked(std::uint64_t id) = 0;
   virtual void OnMiss(std::uint64_t id, Miss miss, const std::string& why) = 0;
 };
 
@@ -76,21 +78,36 @@ class Provider {
   // missed. Not from inside Role::Handle.
   void Lose(const std::string& reason);
 
-  // The asker gets a turn, perhaps before the call returns. A traversal of a
-  // callpoint's leaf-list has to have it for itself, from that turn to
-  // EndTraversal: providers keep one state for all traversals.
-  void Want(Asker& asker, const std::string& traversal = {});
-  void EndTraversal(const Asker& asker);
+  // The asker gets a turn, perhaps before the call returns; no sooner than it
+  // can walk through a leaf-list of that callpoint, if it is for one.
+  void Want(Asker& asker, const std::string& walk = {});
+  // In a turn: from now on nobody else walks through leaf-lists of the
+  // callpoint, because providers keep one state for all walks. False: another
+  // does.
+  bool BeginWalk(const Asker& asker, const std::string& callpoint);
+  // All of the asker's are ended.
+  void EndWalks(const Asker& asker);
   // Begins a transaction: its reply comes as an answer.
   std::uint64_t Begin(Asker& asker, std::uint32_t thandle);
   // Ends it as soon as what it asked on the worker connection is answered.
   void End(std::uint32_t thandle);
-  // On the worker connection, in a turn. `subject` is the entry that it is
-  // about, if any; `thandle` 0 is no transaction.
-  std::uint64_t Ask(Asker& asker, cfm::agent::ProviderRequest request, std::uint32_t thandle,
-                    EntryPtr subject);
+  // In a turn: reads of the transaction, at least one, whose ids are missing;
+  // `subjects` are the entries that they are about, one each. They are numbered
+  // from the id that is returned.
+  std::uint64_t Ask(Asker& asker, std::uint32_t thandle, cfm::agent::ReadBatch batch,
+                    const std::vector<EntryPtr>& subjects);
+  // In a turn: an operation.
+  std::uint64_t Perform(Asker& asker, cfm::agent::PerformAction action);
   // The asker wants nothing any more.
   void Forget(const Asker& asker);
+
+  // Whether the callpoint has read the running configuration to answer.
+  bool ReadsConfiguration(const std::string& callpoint) const {
+    return configuration_readers_.contains(callpoint);
+  }
+  void NoteReadsConfiguration(const std::string& callpoint) {
+    configuration_readers_.insert(callpoint);
+  }
 
   void OnReply(const cfm::agent::ProviderReply& reply);
   // Gives turns as far as the window allows.
@@ -105,19 +122,21 @@ class Provider {
     Asker* asker = nullptr;  // null: nobody wants the answer any more
     Kind kind = Kind::kWorker;
     std::uint32_t thandle = 0;
-    EntryPtr subject;
+    EntryPtr subject{};
+    bool may_return = false;     // unasked: it is not the first of its batch
     std::uint64_t deadline = 0;  // monotonic, in microseconds
   };
   using Requests = std::map<std::uint64_t, Request>;
   struct Waiting {
     Asker* asker = nullptr;
-    std::string traversal;
+    std::string walk;
   };
 
   std::uint64_t Send(Peer& peer, cfm::agent::ProviderRequest request, Request record);
+  void EnterWindow(std::size_t requests);
   Request Take(Requests::iterator request);
   void LeaveWindow(const Request& request);
-  void Delayed(std::uint64_t id, Request& request);
+  void Delayed(const cfm::agent::ProviderReply& reply, Request& request);
   void FinishTransaction(std::uint32_t thandle);
   bool MayTurn(const Waiting& waiting) const;
   std::uint64_t Now() const;
@@ -139,7 +158,8 @@ class Provider {
   Requests requests_;  // in the order of their sending
   std::size_t in_window_ = 0;
   std::list<Waiting> waiting_;
-  std::map<std::string, const Asker*> traversals_;
+  std::map<std::string, const Asker*> walks_;  // by callpoint
+  std::set<std::string> configuration_readers_;
   std::map<std::uint32_t, std::size_t> asked_;  // in the window, by transaction
   std::set<std::uint32_t> ending_;              // transactions to be finished
   bool watching_ = false;

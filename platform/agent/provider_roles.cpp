@@ -38,10 +38,17 @@ ProviderWorker::~ProviderWorker() {
 }
 
 void ProviderWorker::Handle(const Request& request) {
-  if (!request.has_provider_reply()) {
-    throw ipc::ProtocolError("a request that a worker connection does not have");
+  switch (request.request_case()) {
+    case Request::kProviderReplies:
+      for (const auto& reply : request.provider_replies().replies()) {
+        services_.providers.OnReply(number_, reply);
+      }
+      return;
+    case Request::kProviderReply:
+      return services_.providers.OnReply(number_, request.provider_reply());
+    default:
+      throw ipc::ProtocolError("a request that a worker connection does not have");
   }
-  services_.providers.OnReply(number_, request.provider_reply());
 }
 
 }  // namespace agentd

@@ -25,6 +25,7 @@ class ReadPlan {
   struct Question {
     std::size_t target = 0;
     const ComputedLeaf* leaf = nullptr;
+    bool operator==(const Question&) const = default;
   };
 
   // The entries at and below the path and of their leaves those that are at or

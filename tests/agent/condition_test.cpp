@@ -39,7 +39,7 @@ class ConditionTest : public DatastoreTest {
       return found != values.end() ? &found->second : nullptr;
     };
     const ComputedLeaf& leaf = Computed(list, list == "local" ? "level" : "last-state-change");
-    return leaf.condition->Holds(TheModel(), datastore_.Running()->Top(), neighbour);
+    return leaf.condition->Find(TheModel(), datastore_.Running()->Top(), neighbour) != nullptr;
   }
   bool Local(const std::string& md, const std::string& ma, const std::string& mep) {
     return Holds("local", {{"md", md}, {"ma", ma}, {"mep", mep}});
@@ -112,7 +112,7 @@ TEST_F(ConditionTest, SpaceBetweenItsPartsIsNothing) {
                             "current()/../cfm:md ] ");
   const std::string md = "east";
   const auto neighbour = [&](const lysc_node&) { return &md; };
-  EXPECT_TRUE(condition.Holds(TheModel(), datastore_.Running()->Top(), neighbour));
+  EXPECT_NE(condition.Find(TheModel(), datastore_.Running()->Top(), neighbour), nullptr);
 }
 
 }  // namespace

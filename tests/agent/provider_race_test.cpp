@@ -57,7 +57,9 @@ TEST_F(ProviderRaceTest, AListIsReadOnWithoutTheDeletedEntry) {
   provider.Send(PlainReply(provider.Next()));
   const pb::ProviderRequest request = provider.Next();
   EXPECT_EQ(Describe(request), "ccm-interval of local 0");
-  EXPECT_THAT(writer_.Delete(PositionPath("local", 0)).withdrawn(), ElementsAre(request.id()));
+  const pb::Reply deleted = writer_.Delete(PositionPath("local", 0));
+  EXPECT_THAT(deleted.withdrawn(), Contains(request.id()));
+  provider.Withdraw(deleted.withdrawn());
   for (const std::string& each : provider.ServeUntil(front)) {
     EXPECT_THAT(each, HasSubstr("local 3"));
   }
@@ -117,7 +119,9 @@ TEST_F(ProviderRaceTest, ANewEntryWithTheKeyOfADeletedOneIsAnother) {
   front.SendGet("/status/oam/cfm/local");
   provider.Begin();
   const pb::ProviderRequest request = provider.Next();
-  EXPECT_EQ(writer_.Delete(EntryPath("local", 0)).withdrawn_size(), 1);
+  const pb::Reply deleted = writer_.Delete(EntryPath("local", 0));
+  EXPECT_EQ(deleted.withdrawn_size(), static_cast<int>(provider.Left().size()) + 1);
+  provider.Withdraw(deleted.withdrawn());
   writer_.Put("local", 0, LocalMep("east", "blue", 5));
   const pb::Reply reply = front.Receive();
   EXPECT_EQ(reply.node().children_size(), 0);
@@ -128,11 +132,11 @@ TEST_F(ProviderRaceTest, ANewEntryWithTheKeyOfADeletedOneIsAnother) {
   EXPECT_EQ(front.Receive().node().value(), "1");
 }
 
-TEST_F(ProviderRaceTest, ACommitWaitsForTheRequestInFlight) {
+TEST_F(ProviderRaceTest, ACommitWaitsForTheBatchInFlight) {
   ScriptedProvider provider(agent_);
   Client listener = Subscriber();
   Client reader = Front("reader");
-  reader.SendGet(kRemote1);
+  reader.SendGet(kLocal0);
   provider.Begin();
   const pb::ProviderRequest request = provider.Next();
   Client front = Front();
@@ -140,19 +144,23 @@ TEST_F(ProviderRaceTest, ACommitWaitsForTheRequestInFlight) {
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
   EXPECT_TRUE(listener.IsSilent());
   provider.Send(PlainReply(request));
+  EXPECT_TRUE(Front("witness").Status().commit_in_progress());
+  EXPECT_TRUE(listener.IsSilent());
+  provider.AnswerLeft();
   // Now the commit goes first: nothing is asked until its subscribers are
   // done, for their reads would meet it half-way.
   EXPECT_EQ(listener.ReceiveNotification().txid(), 2U);
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
-  EXPECT_TRUE(provider.Worker().IsSilent());
+  EXPECT_TRUE(provider.IsIdle());
   listener.Sync();
   EXPECT_EQ(front.Receive().txid(), 2U);
   // The read begins anew, on the configuration that is now.
-  EXPECT_THAT(provider.ServeUntil(reader),
-              ElementsAre("last-state-change of remote 1", "rmep-ccms-received of remote 1"));
+  const auto asked = provider.ServeUntil(reader);
+  EXPECT_EQ(asked.size(), 16U);
+  EXPECT_THAT(asked, ::testing::Contains("level of local 0"));
   const pb::Reply reply = reader.Receive();
   EXPECT_EQ(reply.warnings_size(), 0);
-  EXPECT_THAT(LeavesOf(reply.node()), Contains(Pair("last-state-change", "text")));
+  EXPECT_THAT(LeavesOf(reply.node()), Contains(Pair("interface", "text")));
 }
 
 TEST_F(ProviderRaceTest, WhatACommitTookAwayIsNotAskedAnyMore) {
@@ -165,9 +173,10 @@ TEST_F(ProviderRaceTest, WhatACommitTookAwayIsNotAskedAnyMore) {
   front.SendEdit({Operation(pb::EditOperation::DELETE, kMep5)});
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
   provider.Send(PlainReply(request));
+  provider.AnswerLeft();
   EXPECT_EQ(front.Receive().txid(), 2U);
   const pb::Reply reply = reader.Receive();
-  EXPECT_TRUE(provider.Worker().IsSilent());
+  EXPECT_TRUE(provider.IsIdle());
   EXPECT_EQ(reply.errors_size(), 0);
   EXPECT_EQ(reply.warnings_size(), 0);
   EXPECT_THAT(LeavesOf(reply.node()),
@@ -191,10 +200,10 @@ TEST_F(ProviderRaceTest, AReadThatFindsNoRestGoesOnAndSaysSo) {
   ScriptedProvider provider(agent_);
   Client reader = Front("reader");
   Client front = Front();
-  reader.SendGet(kRemote1);
+  reader.SendGet(kLocal0);
   int commits = 0;
   provider.ServeUntil(reader, [&](const pb::ProviderRequest& request) {
-    if (request.get_elem().callpoint() == "last-state-change") {
+    if (request.get_elem().callpoint() == "level") {
       // Each beginning is met by a commit.
       front.SendEdit({SetLeaf(kMdLevel, std::to_string(commits++ % 2 + 4))});
       Front("witness").Status();
@@ -204,7 +213,7 @@ TEST_F(ProviderRaceTest, AReadThatFindsNoRestGoesOnAndSaysSo) {
   const pb::Reply reply = reader.Receive();
   EXPECT_EQ(commits, 4);
   EXPECT_THAT(OnlyWarning(reply), HasSubstr("different commits"));
-  EXPECT_EQ(LeavesOf(reply.node()).size(), 6U);
+  EXPECT_EQ(LeavesOf(reply.node()).size(), 16U);
 }
 
 class ImpatientRaceTest : public ProviderRaceTest {
@@ -251,8 +260,10 @@ TEST_F(ProviderRaceTest, AFrontEndThatGoesAwayGivesItsReadUp) {
   other.SendGet(kLevel0);
   provider.Begin();
   // The transaction ends when the provider has answered, and not before.
-  EXPECT_TRUE(provider.Control().IsSilent());
   provider.Send(PlainReply(request));
+  Front("witness").Status();
+  EXPECT_TRUE(provider.Control().IsSilent());
+  provider.AnswerLeft();
   EXPECT_EQ(provider.AwaitFinish(), thandle);
   EXPECT_THAT(provider.ServeUntil(other), ElementsAre("level of local 0"));
   EXPECT_EQ(other.Receive().node().value(), "1");

@@ -61,6 +61,7 @@ class Client {
   pb::Reply Receive();
   pb::Notification ReceiveNotification();
   pb::ProviderRequest ReceiveProviderRequest();
+  pb::FromAgent ReceiveAny();
   pb::Reply Call(const pb::Request& request);
   // The agent has closed the connection, after what it may have sent before.
   bool IsClosed();
@@ -95,7 +96,6 @@ class Client {
 
  private:
   void Greet(pb::Role role, const std::string& name, std::uint64_t provider = 0);
-  pb::FromAgent ReceiveAny();
 
   ipc::UniqueFd fd_;
   pb::HelloReply welcome_;

@@ -5,8 +5,10 @@
 
 #include <confd_cdb.h>
 
+#include <algorithm>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 #include "model.h"
 
@@ -137,10 +139,82 @@ std::uint32_t ScriptedProvider::AwaitFinish() {
   return request.trans_finish().thandle();
 }
 
+pb::ProviderRequest ScriptedProvider::Next() {
+  if (left_.empty()) {
+    const pb::FromAgent message = worker_->ReceiveAny();
+    if (message.has_provider_request()) {
+      return message.provider_request();
+    }
+    Unpack(message.read_batch());
+  }
+  pb::ProviderRequest next = std::move(left_.front());
+  left_.pop_front();
+  return next;
+}
+
+pb::ReadBatch ScriptedProvider::NextBatch() {
+  EXPECT_TRUE(left_.empty());
+  const pb::FromAgent message = worker_->ReceiveAny();
+  EXPECT_TRUE(message.has_read_batch());
+  Unpack(message.read_batch());
+  return message.read_batch();
+}
+
+void ScriptedProvider::Unpack(const pb::ReadBatch& batch) {
+  left_.assign(batch.requests().begin(), batch.requests().end());
+  const pb::Keypath* before = nullptr;
+  for (pb::ProviderRequest& request : left_) {
+    pb::Keypath& keypath = request.has_get_elem() ? *request.mutable_get_elem()->mutable_keypath()
+                                                  : *request.mutable_get_next()->mutable_keypath();
+    const int shared = static_cast<int>(keypath.shared());
+    for (int i = shared; i > 0; --i) {
+      *keypath.add_elements() = before->elements(before->elements_size() - i);
+    }
+    before = &keypath;
+  }
+}
+
 void ScriptedProvider::Send(const pb::ProviderReply& reply) {
   pb::Request message;
   *message.mutable_provider_reply() = reply;
   worker_->Send(message);
+  const bool walks_on = reply.keys_size() > 0 && reply.next() != -1;
+  const bool is_end = reply.result() == pb::ProviderReply::DELAYED ||
+                      reply.result() == pb::ProviderReply::ERROR || walks_on;
+  if (is_end && !left_.empty()) {
+    pb::Request rest;
+    for (const pb::ProviderRequest& request : std::exchange(left_, {})) {
+      *rest.mutable_provider_replies()->add_replies() =
+          ResultReply(request, pb::ProviderReply::UNASKED);
+    }
+    worker_->Send(rest);
+  }
+}
+
+void ScriptedProvider::SendTogether(const std::vector<pb::ProviderReply>& replies) {
+  pb::Request message;
+  message.mutable_provider_replies()->mutable_replies()->Add(replies.begin(), replies.end());
+  worker_->Send(message);
+}
+
+std::vector<std::uint64_t> ScriptedProvider::Left() const {
+  std::vector<std::uint64_t> ids;
+  for (const pb::ProviderRequest& request : left_) {
+    ids.push_back(request.id());
+  }
+  return ids;
+}
+
+void ScriptedProvider::AnswerLeft() {
+  while (!left_.empty()) {
+    Send(PlainReply(Next()));
+  }
+}
+
+void ScriptedProvider::Withdraw(const google::protobuf::RepeatedField<std::uint64_t>& ids) {
+  std::erase_if(left_, [&](const pb::ProviderRequest& request) {
+    return std::find(ids.begin(), ids.end(), request.id()) != ids.end();
+  });
 }
 
 void ScriptedProvider::ServeControl() {
@@ -156,8 +230,8 @@ std::vector<std::string> ScriptedProvider::ServeUntil(Client& other, const Answe
     pollfd waiting[] = {
         {other.Fd(), POLLIN, 0}, {control_->Fd(), POLLIN, 0}, {worker_->Fd(), POLLIN, 0}};
     constexpr int kMilliseconds = 1000;
-    if (poll(waiting, std::size(waiting),
-             static_cast<int>(::test::kPatience.count()) * kMilliseconds) <= 0) {
+    const int patience = static_cast<int>(::test::kPatience.count()) * kMilliseconds;
+    if (poll(waiting, std::size(waiting), left_.empty() ? patience : 0) <= 0 && left_.empty()) {
       throw std::runtime_error("nothing came of it");
     }
     if (waiting[0].revents != 0) {
@@ -166,7 +240,7 @@ std::vector<std::string> ScriptedProvider::ServeUntil(Client& other, const Answe
     if (waiting[1].revents != 0) {
       ServeControl();
     }
-    if (waiting[2].revents != 0) {
+    if (waiting[2].revents != 0 || !left_.empty()) {
       const pb::ProviderRequest request = Next();
       served.push_back(request.has_action() ? "action" : Describe(request));
       if (const auto reply = answer(request)) {

@@ -3,6 +3,7 @@
 #ifndef TESTS_AGENT_SCRIPTED_PROVIDER_H
 #define TESTS_AGENT_SCRIPTED_PROVIDER_H
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -46,9 +47,22 @@ class ScriptedProvider {
   std::uint32_t Begin();
   // The thandle of the next TransFinish.
   std::uint32_t AwaitFinish();
-  // The next request on the worker connection.
-  pb::ProviderRequest Next() { return worker_->ReceiveProviderRequest(); }
+  // The next request on the worker connection; those of a batch one after the
+  // other, with whole keypaths.
+  pb::ProviderRequest Next();
+  // After a reply that ends a batch, what is left of it goes back unasked.
   void Send(const pb::ProviderReply& reply);
+  // In one message.
+  void SendTogether(const std::vector<pb::ProviderReply>& replies);
+  // The message with the next batch, of which nothing is taken yet.
+  pb::ReadBatch NextBatch();
+  // What is left of the batch at hand.
+  std::vector<std::uint64_t> Left() const;
+  void AnswerLeft();
+  // Drops what is left of it of these.
+  void Withdraw(const google::protobuf::RepeatedField<std::uint64_t>& ids);
+  // Nothing is asked now.
+  bool IsIdle() const { return left_.empty() && worker_->IsSilent(); }
 
   using Answer = std::function<std::optional<pb::ProviderReply>(const pb::ProviderRequest&)>;
   // Answers until `other` has something to read; each request is noted.
@@ -57,9 +71,11 @@ class ScriptedProvider {
 
  private:
   void ServeControl();
+  void Unpack(const pb::ReadBatch& batch);
 
   std::optional<Client> control_;
   std::optional<Client> worker_;
+  std::deque<pb::ProviderRequest> left_;  // of the batch at hand
 };
 
 // A session on the operational datastore. Results are codes, 0 for success.

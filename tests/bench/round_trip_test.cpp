@@ -47,6 +47,27 @@ class RoundTrips : public testing::Test {
     return "02:00:00:00:00:0" + std::to_string(last_octet);
   }
 
+  // The first status of every MEP.
+  void PublishAll(const Layout& layout) {
+    for (const cfm::RecordName& name : layout.RecordNames()) {
+      FromManager message;
+      if (name.remote == 0) {
+        Encode(cfm::Named<cfm::st_lmep_status>{name, {}}, *message.mutable_local_status());
+      } else {
+        Encode(cfm::Named<cfm::st_rmep_status>{name, {}}, *message.mutable_remote_status());
+      }
+      manager_.Send(message);
+    }
+    watch_->AwaitCount(layout.Records());
+  }
+  static int Leaves(const cfm::agent::Node& node, std::string_view name) {
+    int count = node.name() == name ? 1 : 0;
+    for (const cfm::agent::Node& child : node.children()) {
+      count += Leaves(child, name);
+    }
+    return count;
+  }
+
   // What the daemon's connections of these roles have cost so far.
   std::uint64_t Cost(const std::vector<cfm::agent::Role>& roles) {
     cfm::agent::Request request;
@@ -93,6 +114,35 @@ TEST_F(RoundTrips, OfAComputedLeafAreAtMostTwo) {
   const std::uint64_t after = Cost(roles);
   EXPECT_GE(after - before, 1U);
   EXPECT_LE(after - before, 2U);
+  // Now the agent knows what the callpoint looks at.
+  front_->Call(ReadStatus(watch_->AnyPath("local") + "/level"));
+  EXPECT_EQ(Cost(roles) - after, 1U);
+}
+
+// Nine leaves and leaf-lists of each local record and one of each remote one,
+// steps of walks not counted: at 64 a batch, one round trip for twelve records.
+// On a busy machine batches end by time.
+TEST_F(RoundTrips, OfAWholeTableAreAtMostOneForFourRecords) {
+  const Layout layout(400);
+  StartWith(layout);
+  PublishAll(layout);
+  cfm::agent::Request read = ReadStatus("");
+  for (const char* leaf :
+       {"level", "ccm-interval", "primary-vlan-id", "direction", "interface", "fault-alarm-time",
+        "fault-reset-time", "vlan-list", "remote-mep-ids", "last-state-change"}) {
+    read.mutable_get()->add_leaves(leaf);
+  }
+  const std::vector<cfm::agent::Role> roles = {cfm::agent::ROLE_CDB_DATA, cfm::agent::ROLE_WORKER};
+  const std::uint64_t before = Cost(roles);
+  const cfm::agent::Reply reply = front_->Call(read);
+  EXPECT_EQ(reply.errors_size(), 0);
+  EXPECT_EQ(reply.warnings_size(), 0);
+  EXPECT_EQ(Leaves(reply.node(), "level"), 200);
+  EXPECT_EQ(Leaves(reply.node(), "remote-mep-ids"), 2000);
+  EXPECT_EQ(Leaves(reply.node(), "last-state-change"), 200);
+  const std::uint64_t cost = Cost(roles) - before;
+  EXPECT_GE(cost, 1U);
+  EXPECT_LE(cost, static_cast<std::uint64_t>(layout.Records()) / 4);
 }
 
 TEST_F(RoundTrips, OfTheInitialLoadAreAtMostFourAnMd) {

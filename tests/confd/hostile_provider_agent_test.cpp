@@ -32,11 +32,9 @@ class HostileProviderAgent : public test::ProviderTest {
   }
 
   void Read(const std::function<void(cfm::agent::Keypath&)>& spoil) {
-    ProviderRequest request;
-    request.mutable_get_elem()->set_thandle(1);
-    request.mutable_get_elem()->set_callpoint("level");
-    spoil(*request.mutable_get_elem()->mutable_keypath());
-    agent_.Send(agent_.Worker(), request);
+    cfm::agent::Keypath keypath;
+    spoil(keypath);
+    agent_.Ask(test::BatchOf({test::GetElem(1, "level", keypath)}));
   }
 };
 
@@ -52,14 +50,14 @@ TEST_F(HostileProviderAgent, AReplyToNothingEndsTheConnection) {
 
 TEST_F(HostileProviderAgent, ARequestOfNoKindEndsTheConnection) {
   agent_.Send(agent_.Worker(), ProviderRequest());
-  ExpectEnd(program_.Worker(), "no read and no action");
+  ExpectEnd(program_.Worker(), "no batch and no action");
 }
 
 TEST_F(HostileProviderAgent, ATransactionOnTheWorkerSocketEndsTheConnection) {
   ProviderRequest request;
   request.mutable_trans_init()->set_thandle(1);
   agent_.Send(agent_.Worker(), request);
-  ExpectEnd(program_.Worker(), "no read and no action");
+  ExpectEnd(program_.Worker(), "no batch and no action");
 }
 
 TEST_F(HostileProviderAgent, AReadOnTheControlSocketEndsTheConnection) {
@@ -76,10 +74,46 @@ TEST_F(HostileProviderAgent, AnIdThatComesTwiceEndsTheConnection) {
   const auto id = agent_.GetElem(1, "level");
   ASSERT_EQ(program_.WorkWorker(), CONFD_OK);
   cfm::agent::FromAgent again;
-  again.mutable_provider_request()->set_id(id);
-  again.mutable_provider_request()->mutable_get_elem()->set_thandle(1);
+  *again.mutable_read_batch() = test::BatchOf({test::GetElem(1, "level", test::LevelOfLocal(3))});
+  again.mutable_read_batch()->mutable_requests(0)->set_id(id);
   ipc::SendFrame(agent_.Worker(), again);
   ExpectEnd(program_.Worker(), "after request");
+}
+
+TEST_F(HostileProviderAgent, AnIdThatComesTwiceInABatchEndsTheConnectionBeforeAnyIsWorked) {
+  const auto request = test::GetElem(1, "level", test::LevelOfLocal(3));
+  cfm::agent::FromAgent message;
+  *message.mutable_read_batch() = test::BatchOf({request, request});
+  for (auto& each : *message.mutable_read_batch()->mutable_requests()) {
+    each.set_id(77);
+  }
+  ipc::SendFrame(agent_.Worker(), message);
+  ExpectEnd(program_.Worker(), "request 77 after request 77");
+}
+
+TEST_F(HostileProviderAgent, AnActionInABatchEndsTheConnection) {
+  ProviderRequest action;
+  action.mutable_action()->set_actionpoint("clear");
+  agent_.Ask(test::BatchOf({action}));
+  ExpectEnd(program_.Worker(), "no read");
+}
+
+TEST_F(HostileProviderAgent, ASharedKeypathWithoutOneBeforeItEndsTheConnection) {
+  Read([](cfm::agent::Keypath& keypath) {
+    keypath.add_elements()->set_tag(1);
+    keypath.set_shared(1);
+  });
+  ExpectEnd(program_.Worker(), "shares 1 elements with one of 0");
+}
+
+TEST_F(HostileProviderAgent, ConfigurationThatMakesNoSenseEndsTheConnection) {
+  auto batch = test::BatchOf({test::GetElem(1, "level", test::LevelOfLocal(3))});
+  auto& node = *batch.add_configuration();
+  node.set_name("config");
+  node.set_coverage(cfm::agent::DataNode::OWN_NODES);
+  *node.add_children()->add_keys() = Number(C_XMLTAG, 0);
+  agent_.Ask(batch);
+  ExpectEnd(program_.Worker(), "a key of type");
 }
 
 TEST_F(HostileProviderAgent, AKeypathThatIsTooDeepEndsTheConnection) {

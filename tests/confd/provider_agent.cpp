@@ -34,6 +34,10 @@ ProviderAgent::ProviderAgent(std::string refusal)
     : refusal_(std::move(refusal)),
       listener_({[this](int fd) { WelcomeControl(fd); }, [this](int fd) { WelcomeWorker(fd); }}) {}
 
+ProviderAgent::ProviderAgent(FakeAgent::Script next)
+    : listener_({[this](int fd) { WelcomeControl(fd); }, [this](int fd) { WelcomeWorker(fd); },
+                 std::move(next)}) {}
+
 void ProviderAgent::WelcomeControl(int fd) {
   TakeHello(fd, cfm::agent::ROLE_CONTROL);
   cfm::agent::HelloReply reply;
@@ -96,24 +100,24 @@ std::uint64_t ProviderAgent::Finish(std::uint32_t thandle) {
   return Send(Control(), request);
 }
 
+std::uint64_t ProviderAgent::Ask(cfm::agent::ReadBatch batch) {
+  const std::uint64_t first = last_id_ + 1;
+  for (auto& request : *batch.mutable_requests()) {
+    request.set_id(++last_id_);
+  }
+  cfm::agent::FromAgent message;
+  *message.mutable_read_batch() = std::move(batch);
+  ipc::SendFrame(Worker(), message);
+  return first;
+}
+
 std::uint64_t ProviderAgent::GetElem(std::uint32_t thandle, const std::string& callpoint) {
-  cfm::agent::ProviderRequest request;
-  auto& read = *request.mutable_get_elem();
-  read.set_thandle(thandle);
-  read.set_callpoint(callpoint);
-  *read.mutable_keypath() = LevelOfLocal(3);
-  return Send(Worker(), request);
+  return Ask(BatchOf({test::GetElem(thandle, callpoint, LevelOfLocal(3))}));
 }
 
 std::uint64_t ProviderAgent::GetNext(std::uint32_t thandle, const std::string& callpoint,
                                      std::int64_t next) {
-  cfm::agent::ProviderRequest request;
-  auto& read = *request.mutable_get_next();
-  read.set_thandle(thandle);
-  read.set_callpoint(callpoint);
-  *read.mutable_keypath() = LevelOfLocal(3);
-  read.set_next(next);
-  return Send(Worker(), request);
+  return Ask(BatchOf({test::GetNext(thandle, callpoint, LevelOfLocal(3), next, 1)}));
 }
 
 std::uint64_t ProviderAgent::Act(cfm::agent::PerformAction action) {
@@ -123,24 +127,73 @@ std::uint64_t ProviderAgent::Act(cfm::agent::PerformAction action) {
 }
 
 cfm::agent::ProviderReply ProviderAgent::Take(int fd) {
+  if (fd == worker_.Get() && !replies_.empty()) {
+    auto reply = std::move(replies_.front());
+    replies_.pop_front();
+    return reply;
+  }
   if (!IsReadable(fd, kLongMs)) {
     throw std::runtime_error("the provider does not answer");
   }
   const auto request = TakeRequest(fd);
+  if (request && fd == worker_.Get() && request->has_provider_replies()) {
+    const auto& replies = request->provider_replies().replies();
+    replies_.assign(replies.begin(), replies.end());
+    return Take(fd);
+  }
   if (!request || !request->has_provider_reply()) {
     throw std::runtime_error("the provider says something else than a reply");
   }
   return request->provider_reply();
 }
 
+std::vector<cfm::agent::ProviderReply> ProviderAgent::TakeTogether() {
+  if (!replies_.empty()) {
+    throw std::logic_error("replies are left from the message before");
+  }
+  std::vector<cfm::agent::ProviderReply> together = {Take(Worker())};
+  together.insert(together.end(), replies_.begin(), replies_.end());
+  replies_.clear();
+  return together;
+}
+
 bool ProviderAgent::HasSaidNothing(int fd) {
-  return !IsReadable(fd, 0);
+  return (fd != worker_.Get() || replies_.empty()) && !IsReadable(fd, 0);
 }
 
 void ProviderAgent::Die() {
   Registration();
   control_ = ipc::UniqueFd();
   worker_ = ipc::UniqueFd();
+}
+
+cfm::agent::ProviderRequest GetElem(std::uint32_t thandle, const std::string& callpoint,
+                                    const cfm::agent::Keypath& keypath) {
+  cfm::agent::ProviderRequest request;
+  auto& read = *request.mutable_get_elem();
+  read.set_thandle(thandle);
+  read.set_callpoint(callpoint);
+  *read.mutable_keypath() = keypath;
+  return request;
+}
+
+cfm::agent::ProviderRequest GetNext(std::uint32_t thandle, const std::string& callpoint,
+                                    const cfm::agent::Keypath& keypath, std::int64_t next,
+                                    std::uint32_t steps) {
+  cfm::agent::ProviderRequest request;
+  auto& read = *request.mutable_get_next();
+  read.set_thandle(thandle);
+  read.set_callpoint(callpoint);
+  *read.mutable_keypath() = keypath;
+  read.set_next(next);
+  read.set_steps(steps);
+  return request;
+}
+
+cfm::agent::ReadBatch BatchOf(const std::vector<cfm::agent::ProviderRequest>& requests) {
+  cfm::agent::ReadBatch batch;
+  batch.mutable_requests()->Add(requests.begin(), requests.end());
+  return batch;
 }
 
 cfm::agent::Keypath LevelOfLocal(std::int64_t key) {

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "confd_client/daemon.h"
+
 namespace test {
 namespace {
 
@@ -66,6 +68,7 @@ Program::Program(ProviderAgent& agent)
       control_(Connected(Daemon(), agent.Listener(), CONTROL_SOCKET)),
       worker_(Connected(Daemon(), agent.Listener(), WORKER_SOCKET)) {
   Daemon()->d_opaque = &does;
+  confd::FindDaemon(Daemon())->now = [] { return std::chrono::steady_clock::duration(0); };
   does.worker = Worker();
   const confd_trans_cbs transactions{OnInit, OnFinish};
   Check(confd_register_trans_cb(Daemon(), &transactions));

@@ -34,7 +34,7 @@ struct Callbacks {
 };
 
 // Connected and registered with the callpoints "level" and "state" and the
-// action point "clear".
+// action point "clear". For the library no time passes.
 class Program {
  public:
   explicit Program(ProviderAgent& agent);

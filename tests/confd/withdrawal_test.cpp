@@ -93,6 +93,79 @@ TEST_F(Withdrawal, InsideTheVeryCallbackMakesTheAnswerTooLate) {
   EXPECT_TRUE(agent_.HasSaidNothing(agent_.Worker()));
 }
 
+TEST_F(Withdrawal, OfReadsOfABatchBeforeItIsWorkedLeavesTheOthers) {
+  const auto read = test::GetElem(1, "level", test::LevelOfLocal(3));
+  const auto first = agent_.Ask(test::BatchOf({read, read, read}));
+  DeleteWithdrawing({first, first + 2});
+  EXPECT_EQ(program_.WorkWorker(), CONFD_OK);
+  EXPECT_EQ(reads_, 1);
+  const auto replies = agent_.TakeTogether();
+  ASSERT_EQ(replies.size(), 1U);
+  EXPECT_EQ(replies[0].id(), first + 1);
+}
+
+TEST_F(Withdrawal, OfAWholeBatchIsAnsweredWithNothing) {
+  const auto read = test::GetElem(1, "level", test::LevelOfLocal(3));
+  const auto first = agent_.Ask(test::BatchOf({read, read}));
+  DeleteWithdrawing({first, first + 1});
+  EXPECT_EQ(program_.WorkWorker(), CONFD_OK);
+  EXPECT_EQ(reads_, 0);
+  EXPECT_TRUE(agent_.HasSaidNothing(agent_.Worker()));
+  EXPECT_EQ(Read(1).result(), ProviderReply::OK);
+}
+
+TEST_F(Withdrawal, BetweenTheReadsOfABatchKeepsThoseBehindFromTheProgram) {
+  const auto read = test::GetElem(1, "level", test::LevelOfLocal(3));
+  const auto first = agent_.Ask(test::BatchOf({read, read, read}));
+  program_.does.get_elem = [&](confd_trans_ctx* transaction, confd_hkeypath_t*) {
+    if (++reads_ == 1) {
+      DeleteWithdrawing({first + 1});
+    }
+    return ReplyInt32(transaction, 1);
+  };
+  EXPECT_EQ(program_.WorkWorker(), CONFD_OK);
+  EXPECT_EQ(reads_, 2);
+  const auto replies = agent_.TakeTogether();
+  ASSERT_EQ(replies.size(), 2U);
+  EXPECT_EQ(replies[1].id(), first + 2);
+}
+
+TEST_F(Withdrawal, OfUnaskedReadsIsNoReplyForThem) {
+  const auto read = test::GetElem(1, "level", test::LevelOfLocal(3));
+  const auto first = agent_.Ask(test::BatchOf({read, read, read}));
+  program_.does.get_elem = [&](confd_trans_ctx*, confd_hkeypath_t*) {
+    DeleteWithdrawing({first + 2});
+    return CONFD_DELAYED_RESPONSE;
+  };
+  EXPECT_EQ(program_.WorkWorker(), CONFD_OK);
+  const auto replies = agent_.TakeTogether();
+  ASSERT_EQ(replies.size(), 2U);
+  EXPECT_EQ(replies[0].result(), ProviderReply::DELAYED);
+  EXPECT_EQ(replies[1].id(), first + 1);
+  EXPECT_EQ(replies[1].result(), ProviderReply::UNASKED);
+}
+
+TEST_F(Withdrawal, BetweenTheStepsOfAWalkEndsIt) {
+  const auto first =
+      agent_.Ask(test::BatchOf({test::GetNext(1, "state", test::LevelOfLocal(3), -1, 100),
+                                test::GetElem(1, "level", test::LevelOfLocal(4))}));
+  int steps = 0;
+  program_.does.get_next = [&](confd_trans_ctx* transaction, confd_hkeypath_t*, long) {
+    confd_value_t key;
+    CONFD_SET_INT32(&key, 1);
+    const int result = confd_data_reply_next_key(transaction, &key, 1, ++steps);
+    if (steps == 2) {
+      DeleteWithdrawing({first});
+    }
+    return result;
+  };
+  EXPECT_EQ(program_.WorkWorker(), CONFD_OK);
+  EXPECT_EQ(steps, 2);
+  const auto replies = agent_.TakeTogether();
+  ASSERT_EQ(replies.size(), 1U);
+  EXPECT_EQ(replies[0].id(), first + 1);
+}
+
 TEST_F(Withdrawal, WithoutAProviderIsHarmless) {
   program_.Release();
   DeleteWithdrawing({1, 2, 3});

@@ -36,6 +36,7 @@ int ConnectCdb(int fd, cdb_sock_type type, const sockaddr* address, int size,
     Connect(fd, address, size);
     auto connection = std::make_shared<Connection>(fd, type);
     Greet(connection->link, HelloAs(role, name));
+    connection->agent = AddressText(address, size);
     AddConnection(fd, std::move(connection));
   });
 }

@@ -20,6 +20,14 @@ void RemoveConnection(int fd) {
   Connections().erase(fd);
 }
 
+std::vector<std::shared_ptr<Connection>> AllConnections() {
+  std::vector<std::shared_ptr<Connection>> all;
+  for (const auto& [fd, connection] : Connections()) {
+    all.push_back(connection);
+  }
+  return all;
+}
+
 std::shared_ptr<Connection> FindConnection(int fd) {
   const auto connection = Connections().find(fd);
   if (connection == Connections().end()) {

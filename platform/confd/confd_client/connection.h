@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "confd_client/deferred_writes.h"
@@ -22,7 +23,8 @@ namespace confd {
 // An open session of a data connection.
 struct Session {
   cdb_db_type database;
-  ReadCache cache;
+  std::shared_ptr<ReadCache> cache;  // others on the same state may share it
+  bool is_begun;                     // at the agent too
   DeferredWrites deferred;
 };
 
@@ -37,6 +39,7 @@ struct Connection {
 
   Link link;
   cdb_sock_type type;
+  std::string agent;  // its address, for people; two of the same are one agent
 
   std::optional<Session> session;  // CDB_DATA_SOCKET
   WritableLists writable;
@@ -52,6 +55,7 @@ struct Connection {
 // Takes the place of what stood under the same number.
 void AddConnection(int fd, std::shared_ptr<Connection> connection);
 void RemoveConnection(int fd);
+std::vector<std::shared_ptr<Connection>> AllConnections();
 // Throws ApiError when the socket is not connected to the agent.
 std::shared_ptr<Connection> FindConnection(int fd);
 // The same, and the socket must be of that type.

@@ -70,7 +70,7 @@ void Daemon::Withdraw(std::uint64_t id) {
   if (!worker) {
     return;
   }
-  if (!worker->last_request || id > *worker->last_request) {
+  if (!worker->last_request || id >= *worker->last_request) {
     withdrawn_.insert(id);
   }
   for (const auto& [context, transaction] : contexts) {
@@ -80,10 +80,9 @@ void Daemon::Withdraw(std::uint64_t id) {
   }
 }
 
-bool Daemon::TakeWithdrawn(std::uint64_t id) {
-  const bool is_withdrawn = withdrawn_.contains(id);
-  withdrawn_.erase(withdrawn_.begin(), withdrawn_.upper_bound(id));
-  return is_withdrawn;
+bool Daemon::IsWithdrawn(std::uint64_t id) {
+  withdrawn_.erase(withdrawn_.begin(), withdrawn_.lower_bound(id));
+  return withdrawn_.contains(id);
 }
 
 confd_daemon_ctx* AddDaemon(const char* name) {

@@ -6,6 +6,7 @@
 #include <agent.pb.h>
 #include <confd_dp.h>
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -26,6 +27,9 @@ struct OpenRead {
   std::uint64_t id;
   Kind kind;
   bool given_up = false;  // by the agent: its answer is not sent
+  // While the callback of a step runs: where its answer goes, which is told
+  // with those of the other steps.
+  std::optional<cfm::agent::ProviderReply>* step = nullptr;
 };
 
 // A context that the program holds. It lives from the agent's opening to its
@@ -49,7 +53,9 @@ struct ProviderSocket {
 
   int fd;
   Link link;
-  std::optional<std::uint64_t> last_request;
+  std::optional<std::uint64_t> last_request;  // that was begun, or will not be
+  // While a batch is worked: the replies, which travel together.
+  std::optional<cfm::agent::ProviderReplies> collected;
 };
 
 struct Daemon : confd_daemon_ctx {
@@ -66,12 +72,17 @@ struct Daemon : confd_daemon_ctx {
   void EndRead(Transaction& transaction);
 
   void Withdraw(std::uint64_t id);
-  // Whether the request was withdrawn. Ids rise along a connection, so older
-  // ones are forgotten.
-  bool TakeWithdrawn(std::uint64_t id);
+  // Of the request that is begun, or may be next. Ids rise along a connection,
+  // so older ones are forgotten.
+  bool IsWithdrawn(std::uint64_t id);
 
   std::string name;
   std::uint64_t provider = 0;  // the agent's number of it
+  std::string agent;           // its address, for people
+  // Time since some moment.
+  std::chrono::steady_clock::duration (*now)() = [] {
+    return std::chrono::steady_clock::now().time_since_epoch();
+  };
   std::optional<ProviderSocket> control;
   std::optional<ProviderSocket> worker;
   bool register_done = false;
@@ -83,7 +94,7 @@ struct Daemon : confd_daemon_ctx {
   std::unordered_map<const confd_trans_ctx*, std::shared_ptr<Transaction>> contexts;
 
  private:
-  std::set<std::uint64_t> withdrawn_;  // and not read yet
+  std::set<std::uint64_t> withdrawn_;  // and not worked yet
 };
 
 // Those of the process. The finders take any pointer and look at no memory

@@ -54,6 +54,10 @@ int Reply(const confd_trans_ctx* tctx, std::initializer_list<Kind> kinds, Fill f
     auto reply = Answer(read.id, Result::ProviderReply_Result_OK);
     fill(reply);
     found.daemon->EndRead(*found.transaction);
+    if (read.step != nullptr) {
+      *read.step = std::move(reply);
+      return CONFD_OK;
+    }
     try {
       Send(*found.daemon->worker, std::move(reply));
     } catch (const ApiError& error) {

@@ -1,7 +1,9 @@
 // confd_fd_ready: takes a request of the agent and has it worked.
 #include <confd_dp.h>
 
-#include <utility>
+#include <google/protobuf/arena.h>
+
+#include <memory>
 
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
@@ -12,9 +14,17 @@ namespace {
 
 using cfm::agent::ProviderRequest;
 
-ProviderRequest Take(ProviderSocket& socket) {
-  cfm::agent::FromAgent message;
-  socket.link.Receive(message);
+using Message = std::shared_ptr<const cfm::agent::FromAgent>;
+
+// A batch has hundreds of parts, which take few large pieces of memory.
+Message Receive(ProviderSocket& socket) {
+  const auto arena = std::make_shared<google::protobuf::Arena>();
+  auto* message = google::protobuf::Arena::CreateMessage<cfm::agent::FromAgent>(arena.get());
+  socket.link.Receive(*message);
+  return {arena, message};
+}
+
+const ProviderRequest& RequestIn(const cfm::agent::FromAgent& message, ProviderSocket& socket) {
   if (!message.has_provider_request()) {
     throw ipc::ProtocolError("a message that is no request to a data provider");
   }
@@ -24,11 +34,12 @@ ProviderRequest Take(ProviderSocket& socket) {
                              std::to_string(*socket.last_request));
   }
   socket.last_request = id;
-  return std::move(*message.mutable_provider_request());
+  return message.provider_request();
 }
 
 int WorkControl(Daemon& daemon) {
-  const ProviderRequest request = Take(*daemon.control);
+  const Message message = Receive(*daemon.control);
+  const ProviderRequest& request = RequestIn(*message, *daemon.control);
   switch (request.request_case()) {
     case ProviderRequest::kTransInit:
       return InitTransaction(daemon, request.id(), request.trans_init().thandle());
@@ -40,20 +51,19 @@ int WorkControl(Daemon& daemon) {
 }
 
 int WorkWorker(Daemon& daemon) {
-  const ProviderRequest request = Take(*daemon.worker);
-  if (daemon.TakeWithdrawn(request.id())) {
-    return CONFD_OK;
+  if (daemon.worker->collected) {
+    throw ApiError(CONFD_ERR_BADSTATE,
+                   "confd_fd_ready on the worker socket inside a callback of the same daemon");
   }
-  switch (request.request_case()) {
-    case ProviderRequest::kGetElem:
-      return WorkGetElem(daemon, request);
-    case ProviderRequest::kGetNext:
-      return WorkGetNext(daemon, request);
-    case ProviderRequest::kAction:
-      return WorkAction(daemon, request);
-    default:
-      throw ipc::ProtocolError("a request on the worker socket that is no read and no action");
+  const Message message = Receive(*daemon.worker);
+  if (message->has_read_batch()) {
+    return WorkBatch(daemon, {message, &message->read_batch()});
   }
+  const ProviderRequest& request = RequestIn(*message, *daemon.worker);
+  if (!request.has_action()) {
+    throw ipc::ProtocolError("a request on the worker socket that is no batch and no action");
+  }
+  return daemon.IsWithdrawn(request.id()) ? CONFD_OK : WorkAction(daemon, request);
 }
 
 int Work(ProviderSocket& socket, Daemon& daemon, int (*work)(Daemon&)) {

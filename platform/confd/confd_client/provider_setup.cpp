@@ -50,6 +50,7 @@ void ConnectDaemon(Daemon& daemon, int fd, confd_sock_type type, const sockaddr*
   } else {
     hello.set_role(cfm::agent::ROLE_WORKER);
     Greet(socket.link, hello);
+    daemon.agent = AddressText(address, size);
     daemon.worker.emplace(socket);
   }
 }

@@ -2,6 +2,8 @@
 
 #include <limits>
 
+#include "confd_client/given_configuration.h"
+#include "confd_client/late_session.h"
 #include "confd_client/names.h"
 #include "confd_client/path_message.h"
 
@@ -13,6 +15,7 @@ using Verdict = Finding::Verdict;
 using Question = Finding (ReadCache::*)(const Path&, Asked);
 
 void Fetch(Connection& connection, const Path& path) {
+  BeginAtAgent(connection);
   cfm::agent::Request request;
   *request.mutable_fetch()->mutable_path() = PathMessage(path);
   // Thousands of small messages: taken one by one they cost more than the
@@ -20,13 +23,13 @@ void Fetch(Connection& connection, const Path& path) {
   const auto arena = std::make_shared<google::protobuf::Arena>();
   const cfm::agent::Reply& reply = connection.link.Transact(request, *arena);
   if (!reply.has_data()) {
-    connection.session->cache.AddAbsence(path.front().name);
+    connection.session->cache->AddAbsence(path.front().name);
     return;
   }
   if (reply.data().name() != path.front().name) {
     throw ipc::ProtocolError("data of " + reply.data().name());
   }
-  connection.session->cache.Add({arena, &reply.data()});
+  connection.session->cache->Add({arena, &reply.data()});
 }
 
 [[noreturn]] void ThrowBadPath(const std::string& cause) {
@@ -61,12 +64,14 @@ Finding Ask(Connection& connection, const Path& path, Question question) {
   Session& session = *connection.session;
   if (session.database != CDB_RUNNING) {
     session.deferred.Send(connection.link);
-    session.cache = ReadCache();  // it changes under the session
+    *session.cache = ReadCache();  // it changes under the session
   }
-  Finding finding = (session.cache.*question)(path, Asked::kNotYet);
+  ReadCache& cache = *session.cache;
+  GivenConfiguration::NoteRead(cache);
+  Finding finding = (cache.*question)(path, Asked::kNotYet);
   if (HasToAskAgent(finding, path)) {
     Fetch(connection, path);
-    finding = (session.cache.*question)(path, Asked::kFetched);
+    finding = (cache.*question)(path, Asked::kFetched);
   }
   if (finding.verdict == Verdict::kUnknown) {
     throw ipc::ProtocolError("its data leaves open what was asked for");

@@ -27,7 +27,14 @@ void AddKeys(const cfm::agent::Keypath::Element& entry, KeypathBuilder& keypath)
 
 }  // namespace
 
-void AddElements(const cfm::agent::Keypath& message, KeypathBuilder& keypath) {
+void ReadKeypath(const cfm::agent::Keypath& message, KeypathBuilder& keypath) {
+  if (message.shared() > static_cast<std::uint32_t>(keypath.Depth())) {
+    throw ipc::ProtocolError("a keypath that shares " + std::to_string(message.shared()) +
+                             " elements with one of " + std::to_string(keypath.Depth()));
+  }
+  while (static_cast<std::uint32_t>(keypath.Depth()) > message.shared()) {
+    keypath.Pop();
+  }
   // The message has the leaf first, the builder goes down from the top.
   for (int i = message.elements_size() - 1; i >= 0; --i) {
     const auto& element = message.elements(i);

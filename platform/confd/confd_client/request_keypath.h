@@ -8,10 +8,11 @@
 
 namespace confd {
 
-// Adds the elements, whose strings stay the message's. Throws
-// ipc::ProtocolError for more than a keypath holds and for an element that is
-// neither a node nor keys.
-void AddElements(const cfm::agent::Keypath& message, KeypathBuilder& keypath);
+// Makes the keypath that of the message, whose strings stay the message's. What
+// the message shares with the one before it is taken from what stands there.
+// Throws ipc::ProtocolError for more than a keypath holds, for an element that
+// is neither a node nor keys, and for more shared than there is.
+void ReadKeypath(const cfm::agent::Keypath& message, KeypathBuilder& keypath);
 
 }  // namespace confd
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "confd_client/connection.h"
+#include "confd_client/given_configuration.h"
 
 namespace confd {
 namespace {
@@ -12,17 +13,24 @@ int StartSession(Connection& connection, cdb_db_type database, int flags) {
   if (connection.session) {
     throw ApiError(CONFD_ERR_INUSE, "a session is open on this socket already");
   }
+  // A dead agent must show here, also where no answer is awaited.
+  connection.link.CheckIdle();
+  auto given = flags == 0 && database == CDB_RUNNING
+                   ? GivenConfiguration::ForNewSession(connection.agent)
+                   : nullptr;
+  if (given != nullptr) {
+    connection.session.emplace(Session{database, std::move(given), false, {}});
+    return CONFD_OK;
+  }
   cfm::agent::Request request;
   request.mutable_start_session()->set_database(database);
   request.mutable_start_session()->set_flags(static_cast<std::uint32_t>(flags));
-  // A dead agent must show here, also where no answer is awaited.
-  connection.link.CheckIdle();
   if (flags != 0) {
     connection.link.Transact(request);
   } else {
     connection.link.Send(request);
   }
-  connection.session.emplace(Session{database, {}, {}});
+  connection.session.emplace(Session{database, std::make_shared<ReadCache>(), true, {}});
   return CONFD_OK;
 }
 
@@ -32,6 +40,9 @@ int EndSession(Connection& connection) {
   }
   Session session = std::move(*connection.session);
   connection.session.reset();
+  if (!session.is_begun) {
+    return CONFD_OK;
+  }
   session.deferred.Send(connection.link);
   cfm::agent::Request request;
   request.mutable_end_session();

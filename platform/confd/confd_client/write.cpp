@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "confd_client/daemon.h"
+#include "confd_client/given_configuration.h"
 #include "confd_client/path_call.h"
 #include "confd_client/path_message.h"
 #include "confd_client/wire_value.h"
@@ -78,6 +79,9 @@ void CreateOrSet(Connection& connection, OperationalWrite write, const Path& pat
 int Write(Connection& connection, OperationalWrite::Operation operation, const Path& path,
           const confd_value_t* value) {
   CheckWritable(connection);
+  if (operation == OperationalWrite::DELETE) {
+    GivenConfiguration::Leave();  // it may withdraw all that commits wait for
+  }
   OperationalWrite write = WriteMessage(operation, path, value);
   if (DeferredWrites& deferred = connection.session->deferred; deferred.CanTake(write, path)) {
     deferred.Take(std::move(write), connection.link);
