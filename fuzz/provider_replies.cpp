@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "agent.h"
@@ -222,7 +223,12 @@ class Target {
         if (!message) {
           break;
         }
-        pending_.push_back({message->provider_request(), each == &worker_});
+        for (const pb::ProviderRequest& request : message->read_batch().requests()) {
+          pending_.push_back({request, true});
+        }
+        if (message->has_provider_request()) {
+          pending_.push_back({message->provider_request(), each == &worker_});
+        }
       }
     }
   }
@@ -345,6 +351,9 @@ class Target {
     if (pending_.empty()) {
       return;
     }
+    if (action % 16 == 8 && action >= 0x80) {
+      return AnswerAll(input.Take<std::uint8_t>());
+    }
     // Mostly the oldest, sometimes one of the others.
     const std::size_t which = action >= 0xf0 ? input.Take<std::uint8_t>() % pending_.size() : 0;
     const Pending asked = pending_[which];
@@ -365,7 +374,7 @@ class Target {
         reply.mutable_value()->set_number(input.Take<std::int64_t>());
         break;
       case 5:
-        reply.set_result(static_cast<pb::ProviderReply::Result>(input.Take<std::uint8_t>() % 5));
+        reply.set_result(static_cast<pb::ProviderReply::Result>(input.Take<std::uint8_t>() % 6));
         reply.set_error("the provider's");
         break;
       case 6:  // and stays to be answered again
@@ -377,6 +386,18 @@ class Target {
     if (action % 8 != 3) {
       Reply(asked.is_worker, reply);
     }
+  }
+  // In one message: so many with what a daemon answers, the others unasked.
+  void AnswerAll(std::size_t asked) {
+    pb::Request request;
+    for (const Pending& each : std::exchange(pending_, {})) {
+      auto& replies = *request.mutable_provider_replies();
+      *replies.add_replies() = Plain(each.request);
+      if (static_cast<std::size_t>(replies.replies_size()) > asked) {
+        replies.mutable_replies(replies.replies_size() - 1)->set_result(pb::ProviderReply::UNASKED);
+      }
+    }
+    worker_->Send(request);
   }
   // As the input has it, but for a request that was made.
   static void TakeReply(fuzz::Input& input, std::uint64_t id, pb::ProviderReply& reply) {

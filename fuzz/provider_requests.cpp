@@ -1,7 +1,7 @@
-// What the agent sends to a data provider: requests on both connections and
-// withdrawals, worked by a program that answers at once, late, twice or not at
-// all. Whatever the agent asks, each request gets one answer at most, and none
-// that was withdrawn, given up or not asked.
+// What the agent sends to a data provider: requests on both connections, reads
+// in batches, and withdrawals, worked by a program that answers at once, late,
+// twice or not at all. Whatever the agent asks, each request gets one answer at
+// most, and none that was withdrawn, given up or not asked.
 #include <agent.pb.h>
 #include <confd_dp.h>
 #include <sys/socket.h>
@@ -178,8 +178,10 @@ class Provider {
     switch (input_.Take<std::uint8_t>() % 8) {
       case 0:
       case 1:
-      case 2:
         Ask(worker_);
+        break;
+      case 2:
+        AskTogether();
         break;
       case 3:
         Ask(control_);
@@ -213,22 +215,48 @@ class Provider {
     request.mutable_trans_init()->set_thandle(input_.Take<std::uint8_t>() % 4);
     Ask(control_, request);
   }
-  void Ask(Pair& pair, ProviderRequest& request) {
+  static bool IsRead(const ProviderRequest& request) {
+    return request.has_get_elem() || request.has_get_next();
+  }
+  void Number(Pair& pair, ProviderRequest& request) {
     current_ = ++last_id_;
     request.set_id(current_);
     Asked& asked = asked_[current_];
-    if (request.has_get_elem() || request.has_get_next()) {
+    if (IsRead(request)) {
       asked.transaction =
           request.has_get_elem() ? request.get_elem().thandle() : request.get_next().thandle();
     }
     if (is_withdrawn_[current_] && &pair == &worker_) {
       asked.awaited = Awaited::kNothing;
     }
+  }
+  // Up to four requests, mostly reads, with some configuration.
+  void AskTogether() {
     cfm::agent::FromAgent message;
-    *message.mutable_provider_request() = request;
-    std::string frame;
-    ipc::AppendFrame(frame, message);
-    Say(pair, frame);
+    auto& batch = *message.mutable_read_batch();
+    const int count = input_.Take<std::uint8_t>() % 4 + 1;
+    for (int i = 0; i < count; ++i) {
+      ProviderRequest request;
+      if (fuzz::Parses(input_.TakeBlock(), request)) {
+        *batch.add_requests() = request;
+        Number(worker_, *batch.mutable_requests(batch.requests_size() - 1));
+      }
+    }
+    cfm::agent::DataNode configuration;
+    if (fuzz::Parses(input_.TakeBlock(), configuration)) {
+      *batch.add_configuration() = configuration;
+    }
+    Say(worker_, message);
+  }
+  void Ask(Pair& pair, ProviderRequest& request) {
+    Number(pair, request);
+    cfm::agent::FromAgent message;
+    if (&pair == &worker_ && IsRead(request)) {
+      *message.mutable_read_batch()->add_requests() = request;
+    } else {
+      *message.mutable_provider_request() = request;
+    }
+    Say(pair, message);
     if (request.has_trans_finish() && &pair == &control_) {
       TakeReplies(worker_);
       GiveUp(request.trans_finish().thandle());
@@ -265,7 +293,9 @@ class Provider {
       TakeReplies(pair);
     }
   }
-  void Say(Pair& pair, const std::string& frame) {
+  void Say(Pair& pair, const cfm::agent::FromAgent& message) {
+    std::string frame;
+    ipc::AppendFrame(frame, message);
     if (send(pair.agent.Get(), frame.data(), frame.size(), MSG_NOSIGNAL | MSG_DONTWAIT) !=
         static_cast<ssize_t>(frame.size())) {
       over_ = true;  // the program has shut the connection
@@ -285,15 +315,19 @@ class Provider {
       while (const auto payload = decoder.Next()) {
         cfm::agent::Request message;
         ipc::ParsePayload(*payload, message);
-        Check(message);
+        if (message.has_provider_replies()) {
+          for (const ProviderReply& reply : message.provider_replies().replies()) {
+            Check(reply);
+          }
+        } else if (message.has_provider_reply()) {
+          Check(message.provider_reply());
+        } else {
+          __builtin_trap();
+        }
       }
     }
   }
-  void Check(const cfm::agent::Request& message) {
-    if (!message.has_provider_reply()) {
-      __builtin_trap();
-    }
-    const ProviderReply& reply = message.provider_reply();
+  void Check(const ProviderReply& reply) {
     const auto asked = asked_.find(reply.id());
     if (free_ids_) {
       return;
@@ -302,7 +336,9 @@ class Provider {
       __builtin_trap();
     }
     Awaited& awaited = asked->second.awaited;
-    if (reply.result() == ProviderReply::DELAYED && awaited == Awaited::kFinal) {
+    const bool is_no_answer =
+        reply.result() == ProviderReply::DELAYED || reply.result() == ProviderReply::UNASKED;
+    if (is_no_answer && awaited == Awaited::kFinal) {
       __builtin_trap();
     }
     awaited = reply.result() == ProviderReply::DELAYED ? Awaited::kFinal : Awaited::kNothing;
