@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "change_report.h"
+#include "fail_point.h"
 
 namespace agentd {
 
@@ -56,7 +57,9 @@ bool Announcement::NotifyOne(Listener& listener, std::int32_t priority) {
   }
   notification.set_txid(txid_);
   *notification.mutable_root() = changes_;
+  CFM_FAIL_POINT(agent_notification_sending);
   listener.Notify(notification);
+  CFM_FAIL_POINT(agent_notification_sent);
   return true;
 }
 
@@ -64,6 +67,7 @@ bool Announcement::Synced(const Listener* listener) {
   if (std::erase(pending_, listener) == 0) {
     return false;
   }
+  CFM_FAIL_POINT(agent_commit_synced);
   GoOn();
   return true;
 }

@@ -3,6 +3,7 @@
 #include <exception>
 #include <utility>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "log.h"
 
@@ -53,6 +54,7 @@ Problems CommitQueue::Prepare() {
     if (!draft) {
       return draft.Why();
     }
+    CFM_FAIL_POINT(agent_commit_edited);
     Result<Prepared> prepared = datastore_.Prepare(std::move(*draft));
     if (!prepared) {
       return prepared.Why();
@@ -64,6 +66,7 @@ Problems CommitQueue::Prepare() {
                           std::to_string(kMostChangeBytes) +
                           " can be told at once; nothing was changed: commit it in parts"}};
     }
+    CFM_FAIL_POINT(agent_commit_validated);
     prepared_ = std::move(*prepared);
     return {};
   } catch (const std::exception& error) {
@@ -88,6 +91,7 @@ void CommitQueue::Start() {
                  locks_.Holders().c_str());
   Enter(State::kWaitingForLocks);
   timer_.Set(patience_);
+  CFM_FAIL_POINT(agent_commit_waiting);
 }
 
 void CommitQueue::Carry() {
@@ -108,6 +112,7 @@ void CommitQueue::Carry() {
 }
 
 void CommitQueue::OnAnnounced(std::vector<std::string> warnings) {
+  CFM_FAIL_POINT(agent_commit_announced);
   for (const std::string& warning : warnings) {
     AGENT_LOG_WARNING("%s", warning.c_str());
   }
@@ -137,6 +142,7 @@ void CommitQueue::Finish(CommitResult result) {
   changes_.Clear();
   Enter(State::kIdle);
   result.txid = datastore_.Running()->Txid();
+  CFM_FAIL_POINT(agent_locks_granting);
   locks_.GrantWaiting();
   try {
     request.done(result);

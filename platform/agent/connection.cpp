@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "log.h"
 #include "model.h"
@@ -104,6 +105,7 @@ std::string Connection::Objection(const cfm::agent::Hello& hello) const {
 }
 
 void Connection::OnHello(const cfm::agent::Hello& hello) {
+  CFM_FAIL_POINT(agent_hello_received);
   if (!hello.name().empty()) {
     name_ = Presentable(hello.name());
   }
@@ -129,6 +131,7 @@ void Connection::OnHello(const cfm::agent::Hello& hello) {
   }
   role_ = std::move(role);
   kind_ = hello.role();
+  CFM_FAIL_POINT(agent_hello_answered);
 }
 
 void Connection::OnClosed(const std::string& reason) {

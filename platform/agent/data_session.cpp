@@ -5,6 +5,7 @@
 #include <confd_cdb.h>
 
 #include "commit_queue.h"
+#include "fail_point.h"
 #include "fetch.h"
 #include "frame.h"
 #include "operational_fetch.h"
@@ -63,6 +64,7 @@ void DataSession::Start(const StartSession& request) {
         request, {.message = "start a session: a commit is in progress", .code = CONFD_ERR_LOCKED});
   }
   if (is_busy) {
+    CFM_FAIL_POINT(agent_session_waiting);
     state_ = State::kWaiting;
     services_.locks.Wait(this, [this, request] { Open(request); });
     return;
@@ -71,11 +73,13 @@ void DataSession::Start(const StartSession& request) {
 }
 
 void DataSession::Open(const StartSession& request) {
+  CFM_FAIL_POINT(agent_session_opening);
   state_ = State::kOpen;
   snapshot_ = services_.datastore.Running();
   if ((request.flags() & CDB_LOCK_SESSION) != 0) {
     services_.locks.Take(this, peer_.Describe());
   }
+  CFM_FAIL_POINT(agent_session_opened);
   if (request.flags() != 0) {
     SendReply(peer_, {});
   }
@@ -103,6 +107,7 @@ void DataSession::End() {
   if (state_ == State::kClosed) {
     throw ipc::ProtocolError("EndSession without a session");
   }
+  CFM_FAIL_POINT(agent_session_ending);
   state_ = State::kClosed;
   snapshot_.reset();
   services_.locks.Release(this);
@@ -219,6 +224,7 @@ Result<std::vector<EntryPtr>> DataSession::Delete(const cfm::agent::Path& path,
     for (const std::uint64_t id : services_.providers.EntriesGone(*gone)) {
       reply.add_withdrawn(id);
     }
+    CFM_FAIL_POINT(agent_withdrawn);
   }
   return gone;
 }

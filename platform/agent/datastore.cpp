@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "capacity.h"
+#include "fail_point.h"
 #include "loader.h"
 #include "validation.h"
 
@@ -57,6 +58,7 @@ Problems Datastore::Publish(Prepared prepared) {
   Tree tree = prepared.draft.IsWhole() ? Tree() : TakeRunning();
   std::move(prepared.draft).MoveInto(tree);
   running_ = std::make_shared<Snapshot>(txid, std::move(tree), std::move(prepared.usage));
+  CFM_FAIL_POINT(agent_commit_published);
   return {};
 }
 

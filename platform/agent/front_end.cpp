@@ -2,6 +2,7 @@
 
 #include "candidate.h"
 #include "edit.h"
+#include "fail_point.h"
 #include "frame.h"
 #include "invocation.h"
 #include "log.h"
@@ -181,7 +182,9 @@ void FrontEnd::Edit(const cfm::agent::Edit& request) {
         return draft;
       });
     case cfm::agent::Edit::CANDIDATE: {
+      CFM_FAIL_POINT(agent_candidate_editing);
       const Problems problems = services_.candidate.Apply(request);
+      CFM_FAIL_POINT(agent_candidate_edited);
       services_.status.Changed();
       return SendProblems(peer_, problems);
     }
@@ -213,17 +216,20 @@ void FrontEnd::CommitCandidate() {
       [services = services_, begun] {
         auto draft = services.candidate.BeginCommit();
         *begun = bool{draft};
+        CFM_FAIL_POINT(agent_candidate_committing);
         return draft;
       },
       [services = services_, begun](const CommitResult& result) {
         if (*begun) {
           services.candidate.EndCommit(result.problems.empty());
+          CFM_FAIL_POINT(agent_candidate_committed);
           services.status.Changed();
         }
       });
 }
 
 void FrontEnd::DiscardCandidate() {
+  CFM_FAIL_POINT(agent_candidate_discarding);
   const Problems problems = services_.candidate.Discard();
   services_.status.Changed();
   SendProblems(peer_, problems);
@@ -253,6 +259,7 @@ void FrontEnd::WatchStatus() {
 
 void FrontEnd::Commit(std::function<Result<Draft>()> make,
                       std::function<void(const CommitResult&)> at_end) {
+  CFM_FAIL_POINT(agent_commit_received);
   committing_ = true;
   services_.commits.Add(
       {.origin = peer_.Describe(),
@@ -276,7 +283,9 @@ void FrontEnd::Answer(const CommitResult& result) {
   }
   reply.set_txid(result.txid);
   reply.set_nothing_changed(result.nothing_changed);
+  CFM_FAIL_POINT(agent_commit_replying);
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_commit_replied);
 }
 
 }  // namespace agentd

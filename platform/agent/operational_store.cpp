@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 
+#include "fail_point.h"
 #include "typed_value.h"
 
 namespace agentd {
@@ -178,8 +179,10 @@ Problems OperationalStore::Create(const cfm::agent::Path& given) {
   entry->path = around != nullptr ? around->path : InstancePath{};
   entry->path.insert(entry->path.end(),
                      path->begin() + static_cast<std::ptrdiff_t>(entry->path.size()), path->end());
+  CFM_FAIL_POINT(agent_creating);
   list.Add(entry);
   Changed(entry);
+  CFM_FAIL_POINT(agent_created);
   return {};
 }
 
@@ -206,8 +209,10 @@ Problems OperationalStore::Set(const cfm::agent::Path& given, const cfm::agent::
   }
   const auto [stored, is_first] = parent->leaves.try_emplace(&leaf);
   if (is_first || stored->second != *text) {
+    CFM_FAIL_POINT(agent_setting);
     stored->second = std::move(*text);
     Changed(entry);
+    CFM_FAIL_POINT(agent_set);
   }
   return {};
 }
@@ -230,6 +235,7 @@ Result<std::vector<EntryPtr>> OperationalStore::Delete(const cfm::agent::Path& g
   if (entry == nullptr) {
     return Refused("delete", *path, kNoEntry, CONFD_ERR_NOEXISTS);
   }
+  CFM_FAIL_POINT(agent_deleting);
   parent->lists[last.schema].Remove(*entry);
   std::vector<EntryPtr> gone{entry};
   Gather(*entry, gone);
@@ -237,6 +243,7 @@ Result<std::vector<EntryPtr>> OperationalStore::Delete(const cfm::agent::Path& g
     each->gone = true;
     Changed(each);
   }
+  CFM_FAIL_POINT(agent_deleted);
   return gone;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "log.h"
 
@@ -77,6 +78,7 @@ std::uint64_t Provider::Now() const {
 }
 
 std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Request record) {
+  CFM_FAIL_POINT(agent_asking);
   const std::uint64_t id = ++last_id_;
   request.set_id(id);
   cfm::agent::FromAgent message;
@@ -84,6 +86,7 @@ std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Re
   peer.Send(message);
   record.deadline = Now() + static_cast<std::uint64_t>(rules_.timeout.count());
   requests_.emplace(id, std::move(record));
+  CFM_FAIL_POINT(agent_asked);
   Watch();
   return id;
 }
@@ -91,6 +94,7 @@ std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Re
 std::uint64_t Provider::Begin(Asker& asker, std::uint32_t thandle) {
   cfm::agent::ProviderRequest request;
   request.mutable_trans_init()->set_thandle(thandle);
+  CFM_FAIL_POINT(agent_transaction_beginning);
   return Send(*control_, std::move(request),
               {.asker = &asker, .kind = Kind::kControl, .thandle = thandle});
 }
@@ -110,6 +114,7 @@ void Provider::FinishTransaction(std::uint32_t thandle) {
   auto& request = *message.mutable_provider_request();
   request.set_id(++last_id_);
   request.mutable_trans_finish()->set_thandle(thandle);
+  CFM_FAIL_POINT(agent_transaction_ending);
   control_->Send(message);  // its reply says nothing
 }
 
@@ -203,10 +208,15 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
   if (found == requests_.end()) {
     return;  // withdrawn or given up
   }
+  CFM_FAIL_POINT(agent_answer_received);
+  if (found->second.kind == Kind::kDelayed) {
+    CFM_FAIL_POINT(agent_late_answer_received);
+  }
   if (reply.result() == cfm::agent::ProviderReply::DELAYED) {
     if (found->second.kind != Kind::kWorker) {
       throw ipc::ProtocolError("a delay of what cannot be delayed");
     }
+    CFM_FAIL_POINT(agent_delay_received);
     Delayed(reply, found->second);
   } else if (reply.result() == cfm::agent::ProviderReply::UNASKED) {
     if (found->second.kind != Kind::kWorker || !found->second.may_return) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "fail_point.h"
 #include "log.h"
 
 namespace agentd {
@@ -67,6 +68,7 @@ std::uint64_t Providers::Connect(Peer& control) {
   };
   providers_[number] =
       std::make_unique<Provider>(loop_, rules_, number, control, last_request_, on_hang);
+  CFM_FAIL_POINT(agent_provider_connected);
   return number;
 }
 
@@ -80,6 +82,7 @@ Problems Providers::Attach(std::uint64_t number, Peer& worker) {
     return {{.message = provider->Describe() + " has a worker connection already"}};
   }
   provider->SetWorker(worker);
+  CFM_FAIL_POINT(agent_provider_attached);
   return {};
 }
 
@@ -114,6 +117,7 @@ Problems Providers::Register(std::uint64_t number, const cfm::agent::RegisterPro
       !problems.empty()) {
     return problems;
   }
+  CFM_FAIL_POINT(agent_provider_registering);
   for (const std::string& name : request.callpoints()) {
     callpoints_[name] = provider;
     for (ProviderStatus& lost : lost_) {
@@ -131,6 +135,7 @@ Problems Providers::Register(std::uint64_t number, const cfm::agent::RegisterPro
   });
   AGENT_LOG_INFO("%s answers for %d callpoints and %d action points", provider->Describe().c_str(),
                  request.callpoints_size(), request.actionpoints_size());
+  CFM_FAIL_POINT(agent_provider_registered);
   on_change_();
   return {};
 }

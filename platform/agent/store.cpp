@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include "fail_point.h"
 #include "sqlite.h"
 
 namespace agentd {
@@ -153,6 +154,7 @@ void Store::Write(std::uint64_t txid, const std::vector<RowChange>& changes) {
   Statement drop_below(database, "DELETE FROM node WHERE path >= ?1 AND path < ?2");
   // An update to the value that it has would write nothing.
   Statement number(database, "REPLACE INTO state VALUES('txid', ?1)");
+  CFM_FAIL_POINT(agent_commit_storing);
   Execute(database, "BEGIN IMMEDIATE", "begin a transaction");
   for (const RowChange& change : changes) {
     if (change.kind == RowChange::Kind::kPut) {
@@ -168,7 +170,9 @@ void Store::Write(std::uint64_t txid, const std::vector<RowChange>& changes) {
     }
   }
   number.Bind(1, static_cast<std::int64_t>(txid)).Run();
+  CFM_FAIL_POINT(agent_commit_written);
   Execute(database, "COMMIT", "commit");
+  CFM_FAIL_POINT(agent_commit_stored);
 }
 
 Problems Store::Commit(std::uint64_t txid, const std::vector<RowChange>& changes) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "announcement.h"
+#include "fail_point.h"
 #include "frame.h"
 #include "log.h"
 #include "status_board.h"
@@ -41,6 +42,7 @@ void Subscriber::Subscribe(const cfm::agent::Subscribe& request) {
   if (done_) {
     throw ipc::ProtocolError("Subscribe after SubscribeDone");
   }
+  CFM_FAIL_POINT(agent_subscribing);
   cfm::agent::Reply reply;
   if (const Problems problems = AddPoint(request); !problems.empty()) {
     AddProblems(problems, reply);
@@ -81,6 +83,7 @@ void Subscriber::Done() {
   done_ = true;
   services_.subscriptions.Add(this);
   AGENT_LOG_INFO("subscriber %s listens at %zu points", Describe().c_str(), points_.size());
+  CFM_FAIL_POINT(agent_subscriber_ready);
   SendReply(peer_, {});
   services_.status.Changed();
 }

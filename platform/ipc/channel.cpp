@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "event_source.h"
+#include "fail_point.h"
 #include "frame.h"
 
 namespace ipc {
@@ -194,7 +195,9 @@ void Channel::Impl::DeliverOne() {
 void Channel::Impl::Fill() {
   std::array<char, kChunkBytes> chunk;
   for (int i = 0; i < kChunksPerWakeUp && !input_.HasNext(); ++i) {
-    const ssize_t count = recv(socket_.Get(), chunk.data(), chunk.size(), 0);
+    const ssize_t count = CFM_FAIL_POINT_TRANSFER(
+        channel_receive, chunk.size(),
+        [&](std::size_t part) { return recv(socket_.Get(), chunk.data(), part, 0); });
     if (count > 0) {
       input_.Append({chunk.data(), static_cast<std::size_t>(count)});
     } else if (count == 0) {
@@ -215,7 +218,9 @@ void Channel::Impl::Fill() {
 void Channel::Impl::Flush() {
   while (QueuedBytes() > 0) {
     const ssize_t count =
-        send(socket_.Get(), output_.data() + sent_, output_.size() - sent_, MSG_NOSIGNAL);
+        CFM_FAIL_POINT_TRANSFER(channel_send, QueuedBytes(), [&](std::size_t part) {
+          return send(socket_.Get(), output_.data() + sent_, part, MSG_NOSIGNAL);
+        });
     if (count >= 0) {
       sent_ += static_cast<std::size_t>(count);
     } else if (errno == EAGAIN) {

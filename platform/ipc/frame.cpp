@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "fail_point.h"
 #include "protobuf_complaints.h"
 
 namespace ipc {
@@ -38,7 +39,9 @@ std::uint32_t CheckedLength(const char* header) {
 std::size_t ReceiveBytes(int fd, char* data, std::size_t size) {
   std::size_t received = 0;
   while (received < size) {
-    const ssize_t count = recv(fd, data + received, size - received, 0);
+    const ssize_t count = CFM_FAIL_POINT_TRANSFER(
+        frame_receive, size - received,
+        [&](std::size_t part) { return recv(fd, data + received, part, 0); });
     if (count == 0) {
       break;
     }
@@ -113,7 +116,9 @@ void SendFrame(int fd, const google::protobuf::MessageLite& message) {
   AppendFrame(frame, message);
   std::size_t sent = 0;
   while (sent < frame.size()) {
-    const ssize_t count = send(fd, frame.data() + sent, frame.size() - sent, MSG_NOSIGNAL);
+    const ssize_t count = CFM_FAIL_POINT_TRANSFER(
+        frame_send, frame.size() - sent,
+        [&](std::size_t part) { return send(fd, frame.data() + sent, part, MSG_NOSIGNAL); });
     if (count >= 0) {
       sent += static_cast<std::size_t>(count);
     } else if (errno != EINTR) {

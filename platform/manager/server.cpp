@@ -8,6 +8,7 @@
 #include <utility>
 #include <variant>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "hierarchy_codec.h"
 
@@ -119,6 +120,7 @@ void Server::TakeOver(Session& session) {
   feed_.emplace(Outbox::Line{
       .send = [&session](const manager::FromManager& message) { session.Send(message); },
       .is_full = [&session] { return session.IsBackedUp(); }});
+  CFM_FAIL_POINT(manager_taken_over);
 }
 
 void Server::Work(Session& session, const manager::FromClient& message) {
@@ -127,6 +129,7 @@ void Server::Work(Session& session, const manager::FromClient& message) {
       Apply(session, message.configuration());
       break;
     case manager::FromClient::kRequestStatistics:
+      CFM_FAIL_POINT(manager_statistics_received);
       feed_->SendStatistics(message.request_statistics().number(), check_.Statistics());
       break;
     case manager::FromClient::kClearStatistics:
@@ -142,11 +145,16 @@ void Server::Work(Session& session, const manager::FromClient& message) {
 }
 
 void Server::Apply(Session& session, const manager::Configuration& configuration) {
+  CFM_FAIL_POINT(manager_configuration_received);
   const Replacement replacement = held_.Replace(configuration);
+  CFM_FAIL_POINT(manager_configuration_kept);
   const engine::Effects reports = ApplyHeld(replacement.mds);
   log_.Info(fmt::format("{} of {}", AppliedText(held_, replacement.changes), session.Text()));
+  CFM_FAIL_POINT(manager_configuration_applied);
   feed_->SendApplied(held_.Number(), held_.Warnings());
+  CFM_FAIL_POINT(manager_applied_sent);
   ShowTo(Observers());
+  CFM_FAIL_POINT(manager_configuration_shown);
   if (feed_->Begin()) {
     check_.ReportAll();
     return;
@@ -170,10 +178,12 @@ engine::Effects Server::ApplyHeld(const std::set<std::string>& touched) {
 }
 
 void Server::Resend(std::uint64_t number) {
+  CFM_FAIL_POINT(manager_resending);
   feed_->SendResendStarts(number);
   if (feed_->HasBegun()) {
     check_.ReportAll();
   }
+  CFM_FAIL_POINT(manager_resent);
 }
 
 void Server::Clear(const manager::ClearStatistics& request) {
@@ -181,7 +191,9 @@ void Server::Clear(const manager::ClearStatistics& request) {
     throw ipc::ProtocolError(
         fmt::format("statistics of MEP {} are to be cleared: no MEP has that id", request.mep()));
   }
+  CFM_FAIL_POINT(manager_clearing);
   check_.ClearStatistics(request.md(), request.ma(), static_cast<std::uint16_t>(request.mep()));
+  CFM_FAIL_POINT(manager_cleared);
 }
 
 void Server::Report(const engine::Effect& effect) {

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "node_name.h"
 
@@ -56,6 +57,7 @@ void Session::OnFrame(std::string_view payload) {
 }
 
 void Session::OnHello(std::string_view payload) {
+  CFM_FAIL_POINT(manager_hello_received);
   manager::HelloReply reply;
   try {
     const manager::Hello hello = ReadHello(payload);
@@ -73,6 +75,7 @@ void Session::OnHello(std::string_view payload) {
     throw;
   }
   channel_.Send(reply);
+  CFM_FAIL_POINT(manager_hello_answered);
   handlers_.on_welcome(*this);
 }
 

@@ -3,6 +3,7 @@
 #include <utility>
 #include <variant>
 
+#include "fail_point.h"
 #include "status_codec.h"
 
 namespace cfm {
@@ -41,7 +42,9 @@ struct Teller {
 
 void StatusFeed::Take(const engine::Effect& effect) {
   if (has_begun_) {
+    CFM_FAIL_POINT(manager_status_sending);
     std::visit(Teller{outbox_}, effect);
+    CFM_FAIL_POINT(manager_status_sent);
   }
 }
 
@@ -74,9 +77,11 @@ void StatusFeed::SendStatistics(std::uint64_t number,
       outbox_.Put(std::move(message));
     }
   }
+  CFM_FAIL_POINT(manager_statistics_counted);
   manager::FromManager finished;
   finished.mutable_statistics_finished()->set_number(number);
   outbox_.Put(std::move(finished));
+  CFM_FAIL_POINT(manager_statistics_sent);
 }
 
 }  // namespace cfm

@@ -13,6 +13,7 @@
 
 #include "cleared_statistics.h"
 #include "configuration_queue.h"
+#include "fail_point.h"
 #include "frame.h"
 #include "log_category.h"
 #include "manager_connection.h"
@@ -163,27 +164,35 @@ void Client::Impl::OnApplied(const manager::Applied& applied) {
 }
 
 void Client::Impl::OnLocalStatus(const manager::LocalStatus& message) {
+  CFM_FAIL_POINT(client_status_received);
   relay_.Status([this, status = Decode(message)] {
+    CFM_FAIL_POINT(client_status_delivering);
     Notify([&] {
       cleared_.Published(status.name);
       receiver_->HandleStatusLocalMep(status.name.md, status.name.ma, status.name.mep,
                                       status.record);
     });
+    CFM_FAIL_POINT(client_status_delivered);
   });
 }
 
 void Client::Impl::OnRemoteStatus(const manager::RemoteStatus& message) {
+  CFM_FAIL_POINT(client_status_received);
   relay_.Status([this, status = Decode(message)] {
+    CFM_FAIL_POINT(client_status_delivering);
     Notify([&] {
       cleared_.Published(status.name);
       receiver_->HandleStatusRemoteMep(status.name.md, status.name.ma, status.name.mep,
                                        status.name.remote, status.record);
     });
+    CFM_FAIL_POINT(client_status_delivered);
   });
 }
 
 void Client::Impl::OnRemoved(const manager::MepName& message) {
+  CFM_FAIL_POINT(client_removal_received);
   relay_.Removal([this, name = DecodeName(message)] {
+    CFM_FAIL_POINT(client_removal_delivering);
     Notify([&] {
       cleared_.Removed(name);
       if (name.remote == 0) {
@@ -192,10 +201,12 @@ void Client::Impl::OnRemoved(const manager::MepName& message) {
         receiver_->HandleRemovedRemoteMep(name.md, name.ma, name.mep, name.remote);
       }
     });
+    CFM_FAIL_POINT(client_removal_delivered);
   });
 }
 
 void Client::Impl::OnLocalStatistics(const manager::LocalStatistics& message) {
+  CFM_FAIL_POINT(client_statistics_received);
   const Named<st_lmep_stats> statistics = Decode(message);
   cleared_.Told(statistics.name);
   Notify([&] {
@@ -205,6 +216,7 @@ void Client::Impl::OnLocalStatistics(const manager::LocalStatistics& message) {
 }
 
 void Client::Impl::OnRemoteStatistics(const manager::RemoteStatistics& message) {
+  CFM_FAIL_POINT(client_statistics_received);
   const Named<st_rmep_stats> statistics = Decode(message);
   cleared_.Told(statistics.name);
   Notify([&] {
@@ -220,6 +232,7 @@ void Client::Impl::OnStatisticsFinished(std::uint64_t number) {
 }
 
 void Client::Impl::OnLost() noexcept {
+  CFM_FAIL_POINT(client_manager_lost);
   connected_ = false;
   configurations_.Disconnected();
   relay_.ManagerLost();
@@ -247,23 +260,28 @@ void Client::Impl::OnAgentBack() {
   manager::FromClient message;
   message.mutable_resend_status()->set_number(number);
   connection_.Send(message);
+  CFM_FAIL_POINT(client_resend_requested);
 }
 
 // To the receiver ------------------------------------------------------------
 
 void Client::Impl::Invalidate() noexcept {
+  CFM_FAIL_POINT(client_invalidating);
   requests_.CompleteNow();
   cleared_.NothingIsPublished();
   Notify([this] { receiver_->HandleStatusInvalidated(); });
+  CFM_FAIL_POINT(client_invalidated);
 }
 
 void Client::Impl::Finish() noexcept {
+  CFM_FAIL_POINT(client_statistics_finishing);
   Notify([this] {
     for (const RecordName& name : cleared_.Take()) {
       TellZeros(name);
     }
     receiver_->HandleStatisticsFinished();
   });
+  CFM_FAIL_POINT(client_statistics_finished);
 }
 
 void Client::Impl::TellZeros(const RecordName& name) {
@@ -309,6 +327,7 @@ int Client::Impl::ApplyConfiguration(const Hierarchy& domains) noexcept {
 
 int Client::Impl::RequestStatistics() noexcept {
   return Guarded("ask for statistics", [this] {
+    CFM_FAIL_POINT(client_statistics_requesting);
     const std::uint64_t number = requests_.Request();
     if (connected_) {
       manager::FromClient message;
@@ -317,6 +336,7 @@ int Client::Impl::RequestStatistics() noexcept {
     } else {
       requests_.CompleteSoon();
     }
+    CFM_FAIL_POINT(client_statistics_requested);
   });
 }
 
@@ -324,6 +344,7 @@ int Client::Impl::RequestStatistics() noexcept {
 int Client::Impl::ClearStatistics(const char* md, const char* ma, unsigned short mep) noexcept {
   return Guarded("clear statistics", [&] {
     manager::FromClient message;
+    CFM_FAIL_POINT(client_clearing);
     manager::ClearStatistics& clear = *message.mutable_clear_statistics();
     if (md != nullptr) {
       clear.set_md(md);
@@ -336,6 +357,7 @@ int Client::Impl::ClearStatistics(const char* md, const char* ma, unsigned short
       cleared_.Clear(clear.md(), clear.ma(), mep);
     }
     connection_.Send(message);
+    CFM_FAIL_POINT(client_cleared);
   });
 }
 

@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "hierarchy_codec.h"
 
@@ -41,6 +42,7 @@ void ConfigurationQueue::Applied(std::uint64_t number) {
     throw ipc::ProtocolError(
         fmt::format("the answer is to configuration {}, which is not under way", number));
   }
+  CFM_FAIL_POINT(client_configuration_applied);
   under_way_ = false;
   SendWhenDue();
 }
@@ -49,7 +51,9 @@ void ConfigurationQueue::SendWhenDue() {
   if (!connected_ || under_way_ || sent_number_ == newest_number_) {
     return;
   }
+  CFM_FAIL_POINT(client_configuration_sending);
   send_(newest_);
+  CFM_FAIL_POINT(client_configuration_sent);
   under_way_ = true;
   sent_number_ = newest_number_;
 }

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "fail_point.h"
 #include "frame.h"
 #include "node_name.h"
 
@@ -54,6 +55,7 @@ void ManagerConnection::TryConnect() {
   if (channel_) {
     return;
   }
+  CFM_FAIL_POINT(client_connecting);
   try {
     Introduce(ipc::ConnectUnix(path_));
   } catch (const std::system_error& error) {
@@ -81,6 +83,7 @@ void ManagerConnection::Introduce(ipc::UniqueFd socket) {
   hello.set_role(manager::ROLE_CONFIGURE);
   hello.set_name(program_invocation_short_name);
   channel_->Send(hello);
+  CFM_FAIL_POINT(client_hello_sent);
 }
 
 void ManagerConnection::OnFrame(std::string_view payload) {
@@ -99,6 +102,7 @@ void ManagerConnection::OnHelloReply(std::string_view payload) {
   if (!reply.error().empty()) {
     throw ipc::ProtocolError("refused: " + LogText(reply.error()));
   }
+  CFM_FAIL_POINT(client_welcomed);
   welcome_ = true;
   trouble_.clear();
   log_.Info("connected to the CFM manager at " + path_.native());

@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "fail_point.h"
 #include "log.h"
 #include "loop_source.h"
 
@@ -62,9 +63,11 @@ void AgentLink::Connect() {
   }
   retry_.reset();
   connection_.emplace(interface_.Agent());
+  CFM_FAIL_POINT(velconfd_connected);
   const cdb_txid txid = connection_->ReadTxid();
   const bool first = !config_.IsLoaded();
   if (!first && !config_.IsAt(txid)) {
+    CFM_FAIL_POINT(velconfd_moved_on);
     End("the configuration has moved on while the agent was away; the program has to start anew");
     return;
   }
@@ -74,6 +77,7 @@ void AgentLink::Connect() {
     config_.Load(*connection_, txid);
     connection_->EndSession();
   } else {
+    CFM_FAIL_POINT(velconfd_reconnected);
     connection_->EndSession();
     TellConnected();
   }
@@ -103,6 +107,7 @@ void AgentLink::Serve() {
   }
   agent_watch_.Stop();
   serving_ = true;
+  CFM_FAIL_POINT(velconfd_serving);
   last_failure_.clear();
   Log(log_, kInfo, std::string("Connected to the agent at ") + interface_.Agent().Path());
   velmw::AnnounceAgentState(middleware_, velmw::AgentState::kUp);
@@ -132,6 +137,7 @@ void AgentLink::WorkWorker() {
 // Losing ----------------------------------------------------------------------
 
 void AgentLink::Lose(const AgentError& error) {
+  CFM_FAIL_POINT(velconfd_lost);
   const bool was_serving = serving_;
   TellLoss();
   Close();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "agent_error.h"
+#include "fail_point.h"
 #include "gather.h"
 #include "log.h"
 
@@ -25,6 +26,7 @@ bool HandlerConfig::IsAt(const cdb_txid& txid) const {
 
 void HandlerConfig::Load(AgentConnection& agent, const cdb_txid& txid) {
   progress_ = Progress::kLoading;
+  CFM_FAIL_POINT(velconfd_loading);
   for (ConfigHandler* handler : handlers_) {
     handler->LoadInitialConfig(agent.DataSocket());
   }
@@ -33,6 +35,7 @@ void HandlerConfig::Load(AgentConnection& agent, const cdb_txid& txid) {
   if (!Same(agent.ReadTxid(), txid)) {
     throw AgentError("the configuration changed during its initial load, in spite of the lock");
   }
+  CFM_FAIL_POINT(velconfd_loaded);
   progress_ = Progress::kLoaded;
   applied_ = txid;
 }
@@ -42,9 +45,11 @@ void HandlerConfig::ApplyInitial() {
     return;
   }
   progress_ = Progress::kApplied;
+  CFM_FAIL_POINT(velconfd_initial_applying);
   for (ConfigHandler* handler : handlers_) {
     LogResult("ApplyInitialConfig", handler->ApplyInitialConfig());
   }
+  CFM_FAIL_POINT(velconfd_initial_applied);
 }
 
 // Nothing is delivered before everything has been read: a commit reaches the
@@ -59,21 +64,26 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
   // An agent that has lost patience with this program hangs up before it goes
   // on to the next commit. As long as it has not, the id is that of this one.
   agent.CheckSubscriptionSocket();
+  CFM_FAIL_POINT(velconfd_gathered);
   for (const Commit& commit : commits) {
     commit.Handler().StartCommit();
   }
+  CFM_FAIL_POINT(velconfd_commit_started);
   for (Commit& commit : commits) {
     commit.Deliver();
   }
+  CFM_FAIL_POINT(velconfd_commit_delivered);
   for (const Commit& commit : commits) {
     LogResult("ApplyCommitConfig", commit.Handler().ApplyCommitConfig());
   }
+  CFM_FAIL_POINT(velconfd_commit_applied);
   // A commit may have another part for points of a later priority. Until
   // that has been seen a lost agent has to count as one with news.
   if (agent.Subscribed().CompletesCommit(notified)) {
     applied_ = txid;
   }
   agent.Acknowledge();
+  CFM_FAIL_POINT(velconfd_commit_acknowledged);
 }
 
 void HandlerConfig::LogResult(const char* operation, int result) const {

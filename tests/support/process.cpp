@@ -217,6 +217,17 @@ std::optional<int> Process::Status() {
   return status_;
 }
 
+// Leaves the state to be seen by others.
+bool Process::AwaitStop() const {
+  siginfo_t state{};
+  while (waitid(P_PID, static_cast<id_t>(pid_), &state, WSTOPPED | WEXITED | WNOWAIT) < 0) {
+    if (errno != EINTR) {
+      return false;
+    }
+  }
+  return state.si_code == CLD_STOPPED;
+}
+
 void Process::Signal(int signal) {
   if (!status_) {
     kill(pid_, signal);
@@ -225,9 +236,7 @@ void Process::Signal(int signal) {
 
 void Process::Freeze() {
   Signal(SIGSTOP);
-  siginfo_t stopped{};
-  while (waitid(P_PID, static_cast<id_t>(pid_), &stopped, WSTOPPED) < 0 && errno == EINTR) {
-  }
+  AwaitStop();
 }
 
 std::optional<int> Process::Stop() {
@@ -270,6 +279,22 @@ bool Process::AwaitLog(const std::string& text, int times) const {
     }
   }
   return true;
+}
+
+Process* AwaitFirst(const std::vector<Process*>& processes) {
+  std::vector<pollfd> events;
+  for (const Process* process : processes) {
+    events.push_back({process->pidfd_.Get(), POLLIN, 0});
+  }
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (poll(events.data(), events.size(), Milliseconds(deadline)) < 0 && errno == EINTR) {
+  }
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (events[i].revents != 0) {
+      return processes[i];
+    }
+  }
+  return nullptr;
 }
 
 CommandResult Run(const std::vector<std::string>& command,

@@ -44,6 +44,9 @@ class Process {
   // Exit status, or 128 plus the signal that ended it; nothing when it still
   // runs after kPatience.
   std::optional<int> AwaitExit();
+  // Waits until it stands still. False when it ended instead. Another thread
+  // may wait as well.
+  bool AwaitStop() const;
   void Signal(int signal);
   // SIGSTOP; returns when the process stands still. SIGCONT ends it.
   void Freeze();
@@ -65,6 +68,8 @@ class Process {
   bool AwaitLog(const std::string& text, int times = 1) const;
 
  private:
+  friend Process* AwaitFirst(const std::vector<Process*>& processes);
+
   pid_t pid_ = -1;
   ipc::UniqueFd pidfd_;
   ipc::UniqueFd notify_;
@@ -73,6 +78,10 @@ class Process {
   std::optional<int> status_;
   bool ready_ = false;
 };
+
+// Waits until one of them has ended, and returns the first in the list that
+// has. Null when patience ran out.
+Process* AwaitFirst(const std::vector<Process*>& processes);
 
 // Outcome of a command that was run to its end.
 struct CommandResult {

@@ -9,6 +9,7 @@
 
 #include "confd_client/library.h"
 #include "confd_client/names.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -38,6 +39,7 @@ int ConnectSocket(int fd, const sockaddr* address, int size) {
 }  // namespace
 
 void Connect(int fd, const sockaddr* address, int size) {
+  CFM_FAIL_POINT(confd_connecting);
   if (const int error = ConnectSocket(fd, address, size); error != 0) {
     throw ApiError(CONFD_ERR_OS, "cannot connect: " + std::system_category().message(error) +
                                      "; is agentd running there?");
@@ -50,11 +52,13 @@ void Connect(int fd, const sockaddr* address, int size) {
 }
 
 cfm::agent::HelloReply Greet(Link& link, cfm::agent::Hello hello) {
+  CFM_FAIL_POINT(confd_connected);
   hello.set_version(kProtocolVersion);
   if (hello.name().empty()) {
     hello.set_name(ProgramName());
   }
   link.Send(hello);
+  CFM_FAIL_POINT(confd_hello_sent);
   cfm::agent::HelloReply reply;
   link.Receive(reply);
   if (!reply.error().empty()) {
@@ -63,6 +67,7 @@ cfm::agent::HelloReply Greet(Link& link, cfm::agent::Hello hello) {
   for (const auto& tag : reply.tags()) {
     SchemaNames().Learn(tag.tag(), tag.name());
   }
+  CFM_FAIL_POINT(confd_hello_answered);
   return reply;
 }
 

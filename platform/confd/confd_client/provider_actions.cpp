@@ -8,6 +8,7 @@
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
 #include "confd_client/wire_value.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -60,7 +61,9 @@ int WorkAction(Daemon& daemon, const cfm::agent::ProviderRequest& request) {
                   "the program has no action point " + action.actionpoint());
   }
   confd_user_info user = UserOf(daemon, action, request.id(), point->second.cb_opaque);
+  CFM_FAIL_POINT(confd_action_calling);
   const std::string failure = Perform(daemon, point->second, user, action);
+  CFM_FAIL_POINT(confd_action_returned);
   if (!failure.empty()) {
     Fail(*daemon.worker, request.id(), "action point " + action.actionpoint() + ": " + failure);
   }

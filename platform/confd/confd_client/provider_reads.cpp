@@ -4,6 +4,7 @@
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
 #include "confd_client/read_callback.h"
+#include "fail_point.h"
 
 namespace confd {
 
@@ -26,7 +27,9 @@ Progress WorkGetElem(Daemon& daemon, const ProviderRequest& request, confd_hkeyp
       });
   switch (outcome) {
     case Outcome::kDelayed:
+      CFM_FAIL_POINT(confd_delaying);
       Send(*daemon.worker, Answer(request.id(), ProviderReply::DELAYED));
+      CFM_FAIL_POINT(confd_delayed);
       return Progress::kEnds;
     case Outcome::kFailed:
       Fail(*daemon.worker, request.id(), callback.Failure());

@@ -9,6 +9,7 @@
 #include "confd_client/daemon.h"
 #include "confd_client/provider_answer.h"
 #include "confd_client/wire_value.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -58,11 +59,13 @@ int Reply(const confd_trans_ctx* tctx, std::initializer_list<Kind> kinds, Fill f
       *read.step = std::move(reply);
       return CONFD_OK;
     }
+    CFM_FAIL_POINT(confd_replying);
     try {
       Send(*found.daemon->worker, std::move(reply));
     } catch (const ApiError& error) {
       throw ApiError(error.Code(), error.what());
     }
+    CFM_FAIL_POINT(confd_replied);
     return CONFD_OK;
   });
 }

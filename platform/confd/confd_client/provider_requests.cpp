@@ -7,6 +7,7 @@
 
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
+#include "fail_point.h"
 #include "frame.h"
 
 namespace confd {
@@ -34,6 +35,7 @@ const ProviderRequest& RequestIn(const cfm::agent::FromAgent& message, ProviderS
                              std::to_string(*socket.last_request));
   }
   socket.last_request = id;
+  CFM_FAIL_POINT(confd_request_received);
   return message.provider_request();
 }
 

@@ -7,6 +7,7 @@
 #include "confd_client/connection.h"
 #include "confd_client/daemon.h"
 #include "confd_client/dial.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -125,8 +126,10 @@ int EndRegistration(Daemon& daemon) {
   for (const auto& [name, callbacks] : daemon.action_points) {
     registration.add_actionpoints(name);
   }
+  CFM_FAIL_POINT(confd_registering);
   daemon.control->link.Transact(request);
   daemon.register_done = true;
+  CFM_FAIL_POINT(confd_registered);
   return CONFD_OK;
 }
 

@@ -3,6 +3,7 @@
 
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
+#include "fail_point.h"
 
 namespace confd {
 
@@ -24,6 +25,7 @@ int InitTransaction(Daemon& daemon, std::uint64_t id, std::uint32_t number) {
          result != CONFD_OK ? "the init callback of transactions failed"
                             : "the init callback of transactions named no worker socket");
   }
+  CFM_FAIL_POINT(confd_transaction_opened);
   Send(*daemon.control, Answer(id, ProviderReply::OK));
   return CONFD_OK;
 }
@@ -37,6 +39,7 @@ int FinishTransaction(Daemon& daemon, std::uint64_t id, std::uint32_t number) {
   const auto finish = daemon.transaction_callbacks->finish;
   const int result = Call([&] { return finish == nullptr ? CONFD_OK : finish(transaction.get()); });
   daemon.Close(number);
+  CFM_FAIL_POINT(confd_transaction_closed);
   if (result != CONFD_OK) {
     Fail(*daemon.control, id, "the finish callback of transactions failed");
   }

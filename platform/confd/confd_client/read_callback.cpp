@@ -1,5 +1,7 @@
 #include "confd_client/read_callback.h"
 
+#include "fail_point.h"
+
 namespace confd {
 
 ReadCallback::ReadCallback(Daemon& daemon, const std::string& callpoint, std::uint32_t transaction)
@@ -21,11 +23,13 @@ void ReadCallback::Prepare(const OpenRead& read) {
   transaction_->cb_opaque = callbacks_->cb_opaque;
   transaction_->error.clear();
   transaction_->read = read;
+  CFM_FAIL_POINT(confd_callback_calling);
 }
 
 // The callback may have answered, and the agent may have given the read up
 // meanwhile.
 ReadCallback::Outcome ReadCallback::Judge(std::uint64_t id, int result) {
+  CFM_FAIL_POINT(confd_callback_returned);
   result_ = result;
   const bool is_unanswered = transaction_->read && transaction_->read->id == id;
   const bool is_awaited = is_unanswered && !transaction_->read->given_up;

@@ -5,6 +5,7 @@
 
 #include "confd_client/connection.h"
 #include "confd_client/given_configuration.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -25,12 +26,14 @@ int StartSession(Connection& connection, cdb_db_type database, int flags) {
   cfm::agent::Request request;
   request.mutable_start_session()->set_database(database);
   request.mutable_start_session()->set_flags(static_cast<std::uint32_t>(flags));
+  CFM_FAIL_POINT(confd_session_starting);
   if (flags != 0) {
     connection.link.Transact(request);
   } else {
     connection.link.Send(request);
   }
   connection.session.emplace(Session{database, std::make_shared<ReadCache>(), true, {}});
+  CFM_FAIL_POINT(confd_session_started);
   return CONFD_OK;
 }
 
@@ -38,6 +41,7 @@ int EndSession(Connection& connection) {
   if (!connection.session) {
     throw ApiError(CONFD_ERR_NOSESSION, "no session is open on this socket");
   }
+  CFM_FAIL_POINT(confd_session_ending);
   Session session = std::move(*connection.session);
   connection.session.reset();
   if (!session.is_begun) {
@@ -47,6 +51,7 @@ int EndSession(Connection& connection) {
   cfm::agent::Request request;
   request.mutable_end_session();
   connection.link.Send(request);
+  CFM_FAIL_POINT(confd_session_ended);
   return CONFD_OK;
 }
 

@@ -9,6 +9,7 @@
 #include "confd_client/names.h"
 #include "confd_client/path_message.h"
 #include "confd_client/path_parser.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -33,8 +34,10 @@ int Subscribe(Connection& connection, const Path& path, int priority, std::uint3
   subscribe.set_priority(priority);
   subscribe.set_name_space(name_space);
   *subscribe.mutable_path() = PathMessage(path);
+  CFM_FAIL_POINT(confd_subscribing);
   const int id = connection.link.Transact(request).subscription_id();
   connection.points.push_back({id, name_space, path});
+  CFM_FAIL_POINT(confd_subscribed);
   return id;
 }
 
@@ -44,6 +47,7 @@ int EndSubscribing(Connection& connection) {
   request.mutable_subscribe_done();
   connection.link.Transact(request);
   connection.subscribe_done = true;
+  CFM_FAIL_POINT(confd_subscribe_done);
   return CONFD_OK;
 }
 
@@ -79,6 +83,7 @@ int ReadNotification(Connection& connection, int points[], int* count) {
   if (!message.has_notification()) {
     throw ipc::ProtocolError("a message that is no notification");
   }
+  CFM_FAIL_POINT(confd_notified);
   CheckNotification(connection, message.notification());
   connection.notification =
       std::make_shared<const cfm::agent::Notification>(std::move(*message.mutable_notification()));
@@ -103,21 +108,25 @@ int Iterate(Connection& connection, int id, int flags, IterateCallback callback,
                                     : "the iterate callback is null");
   }
   const auto notification = connection.notification;
+  CFM_FAIL_POINT(confd_iterating);
   try {
     DiffWalk(SchemaNames(), point->path, point->name_space, flags, callback, state)
         .Run(notification->root());
   } catch (const ApiError& error) {
     throw error.About(PathText(point->path));
   }
+  CFM_FAIL_POINT(confd_iterated);
   return CONFD_OK;
 }
 
 int Sync(Connection& connection, cdb_subscription_sync_type type) {
   CheckNotified(connection);
+  CFM_FAIL_POINT(confd_syncing);
   connection.notification.reset();
   cfm::agent::Request request;
   request.mutable_subscription_sync()->set_type(type);
   connection.link.Send(request);
+  CFM_FAIL_POINT(confd_synced);
   return CONFD_OK;
 }
 

@@ -8,6 +8,7 @@
 #include "confd_client/path_call.h"
 #include "confd_client/path_message.h"
 #include "confd_client/wire_value.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -41,7 +42,9 @@ cfm::agent::Reply WriteNow(Connection& connection, OperationalWrite write) {
   connection.session->deferred.Send(connection.link);
   cfm::agent::Request request;
   *request.mutable_operational_write() = std::move(write);
+  CFM_FAIL_POINT(confd_writing);
   cfm::agent::Reply reply = connection.link.Transact(request);
+  CFM_FAIL_POINT(confd_written);
   for (const std::uint64_t id : reply.withdrawn()) {
     WithdrawRequest(id);
   }

@@ -1,0 +1,39 @@
+// The point disk_write: goes between SQLite and the system calls that it
+// writes its files with. Part of agentd in test builds only (CFM_FAIL_POINTS).
+#include <sqlite3.h>
+#include <unistd.h>
+
+#include "fail_point.h"
+
+namespace {
+
+using Write = ssize_t (*)(int, const void*, std::size_t);
+using WriteAt = ssize_t (*)(int, const void*, std::size_t, off_t);
+
+ssize_t WriteOrFail(int fd, const void* data, std::size_t size) {
+  return CFM_FAIL_POINT_TRANSFER(disk_write, size,
+                                 [&](std::size_t part) { return write(fd, data, part); });
+}
+
+ssize_t WriteAtOrFail(int fd, const void* data, std::size_t size, off_t offset) {
+  return CFM_FAIL_POINT_TRANSFER(disk_write, size,
+                                 [&](std::size_t part) { return pwrite(fd, data, part, offset); });
+}
+
+static_assert(sizeof(off_t) == 8);  // so pwrite64 is pwrite
+
+// Replaces what the process writes databases with, from before main on. SQLite
+// keeps addresses of functions of any type in one type.
+struct Installer {
+  Installer() {
+    sqlite3_vfs* const disk = sqlite3_vfs_find(nullptr);
+    const Write write_or_fail = WriteOrFail;
+    const WriteAt write_at_or_fail = WriteAtOrFail;
+    disk->xSetSystemCall(disk, "write", reinterpret_cast<sqlite3_syscall_ptr>(write_or_fail));
+    for (const char* name : {"pwrite", "pwrite64"}) {
+      disk->xSetSystemCall(disk, name, reinterpret_cast<sqlite3_syscall_ptr>(write_at_or_fail));
+    }
+  }
+} installer;
+
+}  // namespace

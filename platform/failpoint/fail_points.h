@@ -1,0 +1,200 @@
+// The steps of the element's protocols at which a test may break a process:
+// one table, so that a campaign can list them and a name that is not in it
+// does not compile. Built into test builds only (CFM_FAIL_POINTS).
+//
+// The environment of a process says which of its points fails:
+//
+//   CFM_FAIL_POINT=NAME[:SKIP]:ACTION    at the pass after SKIP passes (0), once
+//     kill    the process ends by SIGKILL
+//     stop    the process stands still (SIGSTOP) until it gets SIGCONT
+//     error   of a transfer only: it fails, with ECONNRESET or ENOSPC
+//     short   of a transfer only: it transfers half of what it was given
+//   CFM_FAIL_POINT_LOG=FILE              each point that the process passes for
+//                                        the first time appends its name, one
+//                                        line with one write(2)
+//
+// A process with a CFM_FAIL_POINT that makes no sense says so and ends with
+// status 2 at its first point.
+#ifndef FAILPOINT_FAIL_POINTS_H
+#define FAILPOINT_FAIL_POINTS_H
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace failpoint {
+
+// The programs that have a point, as bits.
+inline constexpr unsigned kAgentd = 1;
+inline constexpr unsigned kApp = 2;
+inline constexpr unsigned kManagerd = 4;
+
+enum class Kind { kStep, kSocket, kDisk };  // the last two are transfers
+
+// X(name, programs, kind, what the process is about to do, or has done)
+#define CFM_FAIL_POINT_TABLE(X)                                                              \
+  X(channel_send, kAgentd | kApp | kManagerd, kSocket, "send queued frames")                 \
+  X(channel_receive, kAgentd | kApp | kManagerd, kSocket, "receive what a peer sent")        \
+  X(frame_send, kApp, kSocket, "send one frame and wait until it has left")                  \
+  X(frame_receive, kApp, kSocket, "receive the bytes of one frame, waiting for them")        \
+  X(disk_write, kAgentd, kDisk, "write to a file of the database")                           \
+                                                                                             \
+  X(agent_hello_received, kAgentd, kStep, "a program has introduced itself")                 \
+  X(agent_hello_answered, kAgentd, kStep, "its connection has a role")                       \
+  X(agent_subscribing, kAgentd, kStep, "add a point to a subscriber")                        \
+  X(agent_subscriber_ready, kAgentd, kStep, "a subscriber gets notifications from now on")   \
+  X(agent_session_opening, kAgentd, kStep, "open a session on the running datastore")        \
+  X(agent_session_opened, kAgentd, kStep, "the session has its snapshot and its lock")       \
+  X(agent_session_waiting, kAgentd, kStep, "the session waits until a commit is over")       \
+  X(agent_session_ending, kAgentd, kStep, "end a session and let its lock go")               \
+  X(agent_locks_granting, kAgentd, kStep, "open the sessions that waited for a commit")      \
+  X(agent_commit_received, kAgentd, kStep, "a front end asks for a commit")                  \
+  X(agent_commit_edited, kAgentd, kStep, "the edits are applied to a copy")                  \
+  X(agent_commit_validated, kAgentd, kStep, "the copy is valid and compared")                \
+  X(agent_commit_waiting, kAgentd, kStep, "the commit waits until nobody holds a lock")      \
+  X(agent_commit_storing, kAgentd, kStep, "begin the transaction of the database")           \
+  X(agent_commit_written, kAgentd, kStep, "all rows are written, and not committed")         \
+  X(agent_commit_stored, kAgentd, kStep, "the transaction is on disk")                       \
+  X(agent_commit_published, kAgentd, kStep, "readers see the new configuration")             \
+  X(agent_notification_sending, kAgentd, kStep, "notify one subscriber")                     \
+  X(agent_notification_sent, kAgentd, kStep, "the notification is queued or sent")           \
+  X(agent_commit_synced, kAgentd, kStep, "a subscriber has dealt with the change")           \
+  X(agent_commit_announced, kAgentd, kStep, "all subscribers have")                          \
+  X(agent_commit_replying, kAgentd, kStep, "answer the front end")                           \
+  X(agent_commit_replied, kAgentd, kStep, "the answer is queued or sent")                    \
+  X(agent_candidate_editing, kAgentd, kStep, "edit the candidate")                           \
+  X(agent_candidate_edited, kAgentd, kStep, "the candidate holds the edits")                 \
+  X(agent_candidate_committing, kAgentd, kStep, "the candidate stands still for its commit") \
+  X(agent_candidate_committed, kAgentd, kStep, "the candidate's commit is over")             \
+  X(agent_candidate_discarding, kAgentd, kStep, "drop the candidate")                        \
+  X(agent_creating, kAgentd, kStep, "create an operational entry")                           \
+  X(agent_created, kAgentd, kStep, "it exists")                                              \
+  X(agent_setting, kAgentd, kStep, "set an operational leaf")                                \
+  X(agent_set, kAgentd, kStep, "it is set")                                                  \
+  X(agent_deleting, kAgentd, kStep, "delete an operational entry")                           \
+  X(agent_deleted, kAgentd, kStep, "it is gone, requests about it are not yet withdrawn")    \
+  X(agent_withdrawn, kAgentd, kStep, "they are, and the deleter does not know")              \
+  X(agent_provider_connected, kAgentd, kStep, "a data provider has its number")              \
+  X(agent_provider_attached, kAgentd, kStep, "its worker connection is there")               \
+  X(agent_provider_registering, kAgentd, kStep, "take its callpoints")                       \
+  X(agent_provider_registered, kAgentd, kStep, "reads go to it from now on")                 \
+  X(agent_transaction_beginning, kAgentd, kStep, "open a read transaction with a provider")  \
+  X(agent_transaction_ending, kAgentd, kStep, "end a read transaction")                      \
+  X(agent_asking, kAgentd, kStep, "send a request to a provider")                            \
+  X(agent_asked, kAgentd, kStep, "it is sent; commits wait")                                 \
+  X(agent_answer_received, kAgentd, kStep, "a provider has answered")                        \
+  X(agent_delay_received, kAgentd, kStep, "a provider will answer later; commits go on")     \
+  X(agent_late_answer_received, kAgentd, kStep, "it has answered later")                     \
+                                                                                             \
+  X(confd_connecting, kApp, kStep, "connect a socket to the agent")                          \
+  X(confd_connected, kApp, kStep, "it is connected, and nothing said")                       \
+  X(confd_hello_sent, kApp, kStep, "introduced, and not answered")                           \
+  X(confd_hello_answered, kApp, kStep, "the agent took the connection")                      \
+  X(confd_subscribing, kApp, kStep, "subscribe to a point")                                  \
+  X(confd_subscribed, kApp, kStep, "the point is subscribed to")                             \
+  X(confd_subscribe_done, kApp, kStep, "notifications come from now on")                     \
+  X(confd_session_starting, kApp, kStep, "start a session")                                  \
+  X(confd_session_started, kApp, kStep, "it is open")                                        \
+  X(confd_session_ending, kApp, kStep, "end a session")                                      \
+  X(confd_session_ended, kApp, kStep, "its end is sent")                                     \
+  X(confd_registering, kApp, kStep, "register callpoints and action points")                 \
+  X(confd_registered, kApp, kStep, "requests come from now on")                              \
+  X(confd_notified, kApp, kStep, "a notification is read")                                   \
+  X(confd_iterating, kApp, kStep, "walk one point's part of it")                             \
+  X(confd_iterated, kApp, kStep, "that part is walked")                                      \
+  X(confd_syncing, kApp, kStep, "acknowledge it")                                            \
+  X(confd_synced, kApp, kStep, "the acknowledgement is sent")                                \
+  X(confd_writing, kApp, kStep, "write operational data")                                    \
+  X(confd_written, kApp, kStep, "the write is answered")                                     \
+  X(confd_request_received, kApp, kStep, "a request to the provider is read")                \
+  X(confd_transaction_opened, kApp, kStep, "a read transaction has begun, unanswered")       \
+  X(confd_transaction_closed, kApp, kStep, "a read transaction is over, unanswered")         \
+  X(confd_callback_calling, kApp, kStep, "have the program answer a read")                   \
+  X(confd_callback_returned, kApp, kStep, "the program's callback is over")                  \
+  X(confd_action_calling, kApp, kStep, "have the program perform an action")                 \
+  X(confd_action_returned, kApp, kStep, "it is performed, the agent not told")               \
+  X(confd_replying, kApp, kStep, "answer a read")                                            \
+  X(confd_replied, kApp, kStep, "it is answered")                                            \
+  X(confd_delaying, kApp, kStep, "say that the answer comes later")                          \
+  X(confd_delayed, kApp, kStep, "that is said")                                              \
+                                                                                             \
+  X(velconfd_connected, kApp, kStep, "the agent is there, locked for the load")              \
+  X(velconfd_loading, kApp, kStep, "have the handlers load the configuration")               \
+  X(velconfd_loaded, kApp, kStep, "the mirror stands")                                       \
+  X(velconfd_initial_applying, kApp, kStep, "apply what was loaded")                         \
+  X(velconfd_initial_applied, kApp, kStep, "it is handed on")                                \
+  X(velconfd_serving, kApp, kStep, "commits, reads and actions are served")                  \
+  X(velconfd_lost, kApp, kStep, "the agent is gone")                                         \
+  X(velconfd_reconnected, kApp, kStep, "it is back at the commit that was applied last")     \
+  X(velconfd_moved_on, kApp, kStep, "it is back at another one: the program will end")       \
+  X(velconfd_gathered, kApp, kStep, "the whole difference is read, nobody called yet")       \
+  X(velconfd_commit_started, kApp, kStep, "the handlers know that a commit begins")          \
+  X(velconfd_commit_delivered, kApp, kStep, "they have followed it")                         \
+  X(velconfd_commit_applied, kApp, kStep, "they have handed it on, the agent not told")      \
+  X(velconfd_commit_acknowledged, kApp, kStep, "the agent is told")                          \
+                                                                                             \
+  X(client_connecting, kApp, kStep, "look for the manager")                                  \
+  X(client_hello_sent, kApp, kStep, "introduced to the manager")                             \
+  X(client_welcomed, kApp, kStep, "the manager took the connection")                         \
+  X(client_configuration_sending, kApp, kStep, "send the hierarchy")                         \
+  X(client_configuration_sent, kApp, kStep, "it is queued or sent")                          \
+  X(client_configuration_applied, kApp, kStep, "the manager has applied it")                 \
+  X(client_status_received, kApp, kStep, "the manager sent a record")                        \
+  X(client_status_delivering, kApp, kStep, "have it published")                              \
+  X(client_status_delivered, kApp, kStep, "it is published")                                 \
+  X(client_removal_received, kApp, kStep, "the manager said that a record is void")          \
+  X(client_removal_delivering, kApp, kStep, "have it taken away")                            \
+  X(client_removal_delivered, kApp, kStep, "it is taken away")                               \
+  X(client_statistics_requesting, kApp, kStep, "ask for counters")                           \
+  X(client_statistics_requested, kApp, kStep, "the request is queued or sent")               \
+  X(client_statistics_received, kApp, kStep, "counters of a MEP have come")                  \
+  X(client_statistics_finishing, kApp, kStep, "have the waiting reads answered")             \
+  X(client_statistics_finished, kApp, kStep, "they are")                                     \
+  X(client_clearing, kApp, kStep, "have counters cleared")                                   \
+  X(client_cleared, kApp, kStep, "the request is queued or sent")                            \
+  X(client_invalidating, kApp, kStep, "report all status void")                              \
+  X(client_invalidated, kApp, kStep, "that is done")                                         \
+  X(client_manager_lost, kApp, kStep, "the manager is gone")                                 \
+  X(client_resend_requested, kApp, kStep, "the manager is to send all status again")         \
+                                                                                             \
+  X(manager_hello_received, kManagerd, kStep, "a program has introduced itself")             \
+  X(manager_hello_answered, kManagerd, kStep, "it knows that it may stay")                   \
+  X(manager_taken_over, kManagerd, kStep, "it configures from now on")                       \
+  X(manager_configuration_received, kManagerd, kStep, "a hierarchy has come")                \
+  X(manager_configuration_kept, kManagerd, kStep, "it is kept, and not applied")             \
+  X(manager_configuration_applied, kManagerd, kStep, "the engine follows it")                \
+  X(manager_applied_sent, kManagerd, kStep, "the configurer is told")                        \
+  X(manager_configuration_shown, kManagerd, kStep, "observers are told, status is not")      \
+  X(manager_status_sending, kManagerd, kStep, "tell of a record, or of its end")             \
+  X(manager_status_sent, kManagerd, kStep, "that is queued or sent")                         \
+  X(manager_statistics_received, kManagerd, kStep, "counters are asked for")                 \
+  X(manager_statistics_counted, kManagerd, kStep, "some counters are sent, the end is not")  \
+  X(manager_statistics_sent, kManagerd, kStep, "the answer is complete")                     \
+  X(manager_clearing, kManagerd, kStep, "clear counters")                                    \
+  X(manager_cleared, kManagerd, kStep, "they are zero")                                      \
+  X(manager_resending, kManagerd, kStep, "all status is asked for again")                    \
+  X(manager_resent, kManagerd, kStep, "it is sent again")
+
+enum class Point : std::size_t {
+#define CFM_FAIL_POINT_NAME(name, programs, kind, what) name,
+  CFM_FAIL_POINT_TABLE(CFM_FAIL_POINT_NAME)
+#undef CFM_FAIL_POINT_NAME
+};
+
+struct Entry {
+  std::string_view name;
+  unsigned programs;
+  Kind kind;
+  std::string_view what;
+};
+
+// In the order of Point.
+inline constexpr std::array kAll{
+#define CFM_FAIL_POINT_ENTRY(name, programs, kind, what) Entry{#name, programs, Kind::kind, what},
+    CFM_FAIL_POINT_TABLE(CFM_FAIL_POINT_ENTRY)
+#undef CFM_FAIL_POINT_ENTRY
+};
+
+}  // namespace failpoint
+
+#endif
