@@ -19,13 +19,13 @@ cfm::agent::Request ReadOf(const std::string& path) {
   return request;
 }
 
-FrontEnd::FrontEnd(const std::filesystem::path& runtime_directory)
+FrontEnd::FrontEnd(const std::filesystem::path& runtime_directory, cfm::agent::Role role)
     : socket_(ipc::ConnectUnix(runtime_directory / "agentd.sock")) {
   const timeval patience{.tv_sec = kPatience.count(), .tv_usec = 0};
   setsockopt(Fd(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
   cfm::agent::Hello hello;
   hello.set_version(1);
-  hello.set_role(cfm::agent::ROLE_FRONT_END);
+  hello.set_role(role);
   hello.set_name("test");
   ipc::SendFrame(Fd(), hello);
   cfm::agent::HelloReply reply;

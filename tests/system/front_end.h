@@ -14,11 +14,12 @@ namespace test {
 // A request for status below an instance path, as a tree.
 cfm::agent::Request ReadOf(const std::string& path);
 
-// One blocking connection. Throws what the ipc library throws, and when an
+// One blocking connection, in that role. Throws what the ipc library throws, and when an
 // answer takes longer than kPatience.
 class FrontEnd {
  public:
-  explicit FrontEnd(const std::filesystem::path& runtime_directory);
+  explicit FrontEnd(const std::filesystem::path& runtime_directory,
+                    cfm::agent::Role role = cfm::agent::ROLE_FRONT_END);
 
   void Send(const cfm::agent::Request& request);
   cfm::agent::Reply Receive();

@@ -1,0 +1,256 @@
+#include "survivors.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <stdexcept>
+
+#include "continuity.h"
+#include "front_end.h"
+
+namespace test {
+namespace {
+
+using Target = Survivors::Target;
+
+constexpr int kRemote = 12;
+constexpr int kFirstMep = 1;
+constexpr int kOtherMep = 2;
+constexpr int kLevels = 8;
+// Exit statuses of cfmctl.
+constexpr int kDone = 0;
+constexpr int kRefused = 1;
+// A daemon may have to be started anew more than once: by the peer's end, and
+// by a configuration that has moved on.
+constexpr int kMostStarts = 4;
+
+const char* NameOf(Target target) {
+  switch (target) {
+    case Target::kAgentd:
+      return "agentd";
+    case Target::kApp:
+      return "cfm-app";
+    case Target::kManagerd:
+      break;
+  }
+  return "cfm-managerd";
+}
+
+Association Associate(const Configured& configured) {
+  return {.level = configured.level,
+          .interval = "10min",
+          .meps = {configured.mep},
+          .remotes = {kRemote}};
+}
+
+// Level and MEP in the XML of the running configuration.
+Configured Parse(const std::string& xml) {
+  static const std::regex pattern("<level>([0-9]+)</level>[^]*<mep>\\s*<id>([0-9]+)</id>");
+  std::smatch found;
+  if (!std::regex_search(xml, found, pattern)) {
+    throw std::runtime_error("no level and MEP in: " + xml);
+  }
+  return {.level = std::stoi(found[1]), .mep = std::stoi(found[2])};
+}
+
+std::string TextOf(const Configured& configured) {
+  return fmt::format("level {}, MEP {}", configured.level, configured.mep);
+}
+
+std::multiset<std::string> RecordsOf(const Configured& configured) {
+  return {fmt::format("local provider gold {}", configured.mep),
+          fmt::format("remote provider gold {} {}", configured.mep, kRemote)};
+}
+
+}  // namespace
+
+Survivors::Survivors() {
+  element_.SetInterfaces(TableOfWire(element_.Directory() / "wire"));
+  element_.StartAll();
+  possible_ = {{.level = next_level_, .mep = kFirstMep}};
+  Configure(element_, Associate(possible_.front()));
+  ExpectRecords();
+}
+
+Process& Survivors::Of(Target target) {
+  switch (target) {
+    case Target::kAgentd:
+      return element_.Agent();
+    case Target::kApp:
+      return element_.Daemon();
+    case Target::kManagerd:
+      break;
+  }
+  return element_.Manager();
+}
+
+Process& Survivors::Start(Target target) {
+  switch (target) {
+    case Target::kAgentd:
+      return element_.StartAgent({"--subscriber-timeout", "5", "--provider-timeout", "5"});
+    case Target::kApp:
+      return element_.StartDaemon();
+    case Target::kManagerd:
+      break;
+  }
+  return element_.StartManager();
+}
+
+void Survivors::Arm(Target target, const std::string& fail_point) {
+  Stop(target);
+  Launch(target, fail_point);
+  AwaitReady(target);
+}
+
+void Survivors::Stop(Target target) {
+  EXPECT_EQ(Of(target).Stop(), 0) << Of(target).Log();
+}
+
+void Survivors::Settle(Target target) {
+  const auto watch =
+      element_.StartCfmctl({"watch", "--timeout", "20", "--until", "mac-address!=none"});
+  AwaitFirst({watch.get(), &Of(target), &element_.Daemon()});
+}
+
+void Survivors::Disarm(Target target) {
+  if (!Of(target).Status()) {
+    Of(target).Stop();
+  }
+}
+
+void Survivors::Launch(Target target, const std::string& fail_point) {
+  ++arming_;
+  const std::string log = element_.Directory() / fmt::format("{}-{}", kLog, arming_);
+  element_.SetVariable("CFM_FAIL_POINT", fail_point);
+  element_.SetVariable("CFM_FAIL_POINT_LOG", log);
+  Start(target);
+  element_.RemoveVariable("CFM_FAIL_POINT");
+  element_.RemoveVariable("CFM_FAIL_POINT_LOG");
+}
+
+void Survivors::AwaitReady(Target target) {
+  EXPECT_TRUE(Of(target).AwaitReady() || Of(target).Status()) << Of(target).Log();
+  for (const char* command : {"status", "verify"}) {
+    const auto cfmctl = element_.StartCfmctl({command, "--wait", "20"});
+    AwaitFirst({cfmctl.get(), &Of(target)});
+  }
+}
+
+std::vector<std::string> Survivors::Passed() const {
+  std::ifstream log(element_.Directory() / fmt::format("{}-{}", kLog, arming_));
+  std::vector<std::string> names;
+  for (std::string name; std::getline(log, name);) {
+    names.push_back(name);
+  }
+  return names;
+}
+
+Configured Survivors::WithOtherLevel() {
+  next_level_ = (next_level_ + 1) % kLevels;
+  return {.level = next_level_, .mep = possible_.back().mep};
+}
+
+void Survivors::Note(const Configured& wanted, int status) {
+  if (status == kDone) {
+    possible_ = {wanted};
+  } else if (status != kRefused) {
+    possible_.push_back(wanted);
+  }
+}
+
+void Survivors::CommitOtherLevel(const std::vector<std::string>& more_arguments) {
+  const Configured wanted = WithOtherLevel();
+  std::vector<std::string> words = {"set", "md{provider}/level", std::to_string(wanted.level)};
+  words.insert(words.end(), more_arguments.begin(), more_arguments.end());
+  Note(wanted, element_.Cfmctl(words).status);
+}
+
+void Survivors::CommitOtherMep() {
+  Configured wanted = WithOtherLevel();
+  wanted.mep = wanted.mep == kFirstMep ? kOtherMep : kFirstMep;
+  Note(wanted, element_.Cfmctl({"load", "--replace", "-"}, Document(Associate(wanted))).status);
+}
+
+void Survivors::StartWhatHasEnded(Target target) {
+  for (const Target each : {Target::kAgentd, Target::kManagerd, Target::kApp}) {
+    if (Of(each).Status()) {
+      const int status = Of(each).AwaitExit().value_or(-1);
+      EXPECT_TRUE(each == target || status <= 1) << NameOf(each) << " ended with " << status;
+      EXPECT_TRUE(Start(each).AwaitReady() || each == Target::kApp) << Of(each).Log();
+    }
+  }
+}
+
+bool Survivors::AllAreThere(Target target) {
+  for (int starts = 0; starts < kMostStarts; ++starts) {
+    StartWhatHasEnded(target);
+    const auto status = element_.StartCfmctl({"status", "--wait", "20"});
+    Process* const ended = AwaitFirst({status.get(), &element_.Daemon()});
+    if (ended == status.get()) {
+      return status->AwaitExit() == 0;
+    }
+  }
+  return false;
+}
+
+void Survivors::ExpectRunningIsKnown() {
+  const CommandResult shown = element_.Cfmctl({"get", "--format", "xml"});
+  ASSERT_EQ(shown.status, 0) << shown.error;
+  const Configured running = Parse(shown.output);
+  std::string texts;
+  for (const Configured& one : possible_) {
+    texts += TextOf(one) + "; ";
+  }
+  EXPECT_THAT(possible_, testing::Contains(running))
+      << TextOf(running) << " is running, the operator was told: " << texts;
+  possible_ = {running};
+}
+
+// Looks again at each change of the lists.
+void Survivors::ExpectRecords() {
+  const std::multiset<std::string> expected = RecordsOf(possible_.front());
+  FrontEnd watch(element_.RuntimeDirectory());
+  cfm::agent::Request request;
+  request.mutable_watch_operational();
+  watch.Send(request);
+  std::multiset<std::string> found;
+  try {
+    do {
+      watch.Receive();
+      found = Records(element_);
+    } while (found != expected);
+  } catch (const std::exception& error) {
+    EXPECT_EQ(found, expected) << error.what() << element_.Daemon().Log();
+  }
+}
+
+void Survivors::ExpectAllIsWell(Target target) {
+  ASSERT_TRUE(AllAreThere(target)) << element_.Cfmctl({"status"}).output << element_.Daemon().Log();
+  ExpectRunningIsKnown();
+  const CommandResult verified = element_.Verify();
+  EXPECT_EQ(verified.status, 0) << verified.error;
+  ExpectRecords();
+  const CommandResult shown = element_.Cfmctl({"show", "statistics"});
+  EXPECT_EQ(shown.status, 0) << shown.error;
+  ExpectNoFault();
+}
+
+// The daemon ends with a fault when a read or a removal fails, and those fail
+// while an agent dies. With an agent that lives on there is none.
+void Survivors::ExpectNoFault() {
+  const std::string log = element_.Daemon().Log();
+  const bool has_agent_lived = element_.Agent().Pid() == agent_checked_;
+  if (has_agent_lived) {
+    EXPECT_THAT(log.substr(log_checked_), testing::Not(testing::HasSubstr("severity=1")));
+  }
+  log_checked_ = log.size();
+  agent_checked_ = element_.Agent().Pid();
+}
+
+}  // namespace test
