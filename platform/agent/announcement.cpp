@@ -89,6 +89,7 @@ void Announcement::GoOn() {
 }
 
 void Announcement::OnTimeout() {
+  CFM_FAIL_POINT(agent_subscriber_given_up);
   // Dropping destroys the listener, which then finds itself not pending.
   for (const Listener* late : std::exchange(pending_, {})) {
     warnings_.push_back("subscriber " + late->Describe() +

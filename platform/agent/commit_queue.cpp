@@ -76,6 +76,7 @@ Problems CommitQueue::Prepare() {
 
 void CommitQueue::Start() {
   if (Problems problems = Prepare(); !problems.empty()) {
+    CFM_FAIL_POINT(agent_commit_refused);
     Finish({.problems = std::move(problems)});
     return;
   }
@@ -97,6 +98,7 @@ void CommitQueue::Start() {
 void CommitQueue::Carry() {
   Problems problems = datastore_.Publish(std::exchange(prepared_, std::nullopt).value());
   if (!problems.empty()) {
+    CFM_FAIL_POINT(agent_commit_failed);
     AGENT_LOG_ERROR("commit from %s failed: %s", queue_.front().origin.c_str(),
                     problems.front().message.c_str());
     Finish({.problems = std::move(problems)});

@@ -135,6 +135,7 @@ void Connection::OnHello(const cfm::agent::Hello& hello) {
 }
 
 void Connection::OnClosed(const std::string& reason) {
+  CFM_FAIL_POINT(agent_connection_lost);
   if (reason != "closed by the peer") {
     AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   }

@@ -88,6 +88,7 @@ void DataSession::Open(const StartSession& request) {
 // Locks are about commits, which operational data knows nothing of.
 void DataSession::OpenOperational(const StartSession& request) {
   state_ = State::kOpen;
+  CFM_FAIL_POINT(agent_operational_session_opened);
   if (request.flags() != 0) {
     SendReply(peer_, {});
   }
@@ -129,6 +130,7 @@ void DataSession::Fetch(const cfm::agent::Fetch& request) {
   if (const Problems problems = CheckSession("read"); !problems.empty()) {
     return SendProblems(peer_, problems);
   }
+  CFM_FAIL_POINT(agent_fetching);
   auto data = snapshot_ != nullptr
                   ? agentd::Fetch(services_.model, *snapshot_, request.path())
                   : FetchOperational(services_.model, services_.operational, request.path());
@@ -138,6 +140,7 @@ void DataSession::Fetch(const cfm::agent::Fetch& request) {
   cfm::agent::Reply reply;
   *reply.mutable_data() = std::move(*data);
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_fetched);
 }
 
 void DataSession::Write(const OperationalWrite& request) {
@@ -151,7 +154,9 @@ void DataSession::Write(const OperationalWrite& request) {
   }
   if (request.operation() != OperationalWrite::SET && services_.writers.KeepsWaiting(this)) {
     state_ = State::kWaiting;
+    CFM_FAIL_POINT(agent_writer_waiting);
     return services_.writers.Wait(this, [this, request] {
+      CFM_FAIL_POINT(agent_writer_resumed);
       state_ = State::kOpen;
       Write(request);
     });
@@ -180,6 +185,7 @@ void DataSession::Answer(const OperationalWrite& request, const Problems& proble
     }
   }
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_write_answered);
 }
 
 // A program defers what is sure to succeed; only a SET whose entry went away
@@ -188,12 +194,15 @@ void DataSession::WriteDeferred(const cfm::agent::DeferredWrites& request) {
   if (state_ != State::kOpen || snapshot_ != nullptr) {
     throw ipc::ProtocolError("deferred writes without a session on the operational datastore");
   }
+  CFM_FAIL_POINT(agent_deferred_received);
   cfm::agent::Reply reply;
   for (const OperationalWrite& write : request.writes()) {
     WriteOne(write, reply);
+    CFM_FAIL_POINT(agent_deferred_written);
   }
   if (request.wants_reply()) {
     SendReply(peer_, std::move(reply));
+    CFM_FAIL_POINT(agent_deferred_answered);
   }
 }
 
@@ -236,17 +245,20 @@ void DataSession::Delete(const OperationalWrite& request) {
     AddProblems(gone.Why(), reply);
   } else if (request.hold()) {
     services_.writers.Take(this);
+    CFM_FAIL_POINT(agent_writers_held);
     reply.set_held(true);
     reply.set_entries_left(
         static_cast<std::uint32_t>(services_.operational.EntriesBeside(*gone->front())));
   }
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_delete_answered);
 }
 
 void DataSession::SendTxid() {
   cfm::agent::Reply reply;
   reply.set_txid(services_.datastore.Running()->Txid());
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_txid_told);
 }
 
 }  // namespace agentd

@@ -57,13 +57,19 @@ Problems Datastore::Publish(Prepared prepared) {
   prepared.draft.Detach();
   Tree tree = prepared.draft.IsWhole() ? Tree() : TakeRunning();
   std::move(prepared.draft).MoveInto(tree);
+  CFM_FAIL_POINT(agent_commit_merged);
   running_ = std::make_shared<Snapshot>(txid, std::move(tree), std::move(prepared.usage));
   CFM_FAIL_POINT(agent_commit_published);
   return {};
 }
 
 Tree Datastore::TakeRunning() {
-  return running_.use_count() == 1 ? running_->Release() : CopyTree(running_->Top());
+  if (running_.use_count() == 1) {
+    CFM_FAIL_POINT(agent_running_taken);
+    return running_->Release();
+  }
+  CFM_FAIL_POINT(agent_running_copied);
+  return CopyTree(running_->Top());
 }
 
 }  // namespace agentd

@@ -60,6 +60,7 @@ void FrontEnd::Handle(const Request& request) {
   if (!peer_.MayChange() && !Looks(request)) {
     return SendProblems(peer_, {{.message = OnlyLooks(peer_, "change anything")}});
   }
+  CFM_FAIL_POINT(agent_request_received);
   switch (request.request_case()) {
     case Request::kGet:
       return Get(request.get());
@@ -109,6 +110,7 @@ void FrontEnd::Get(const cfm::agent::Get& request) {
 }
 
 void FrontEnd::GetOperational(const cfm::agent::Get& request) {
+  CFM_FAIL_POINT(agent_read_received);
   auto read = std::make_unique<OperationalRead>(
       services_, request, [this](Reply reply) { FinishTask(std::move(reply)); });
   OperationalRead& started = *read;
@@ -117,6 +119,7 @@ void FrontEnd::GetOperational(const cfm::agent::Get& request) {
 }
 
 void FrontEnd::Invoke(const cfm::agent::Invoke& request) {
+  CFM_FAIL_POINT(agent_action_received);
   auto invocation = std::make_unique<Invocation>(
       services_, request, peer_.User(), [this](Reply reply) { FinishTask(std::move(reply)); });
   Invocation& started = *invocation;
@@ -128,8 +131,10 @@ void FrontEnd::Invoke(const cfm::agent::Invoke& request) {
 // must not fall on that connection.
 void FrontEnd::FinishTask(Reply reply) {
   task_.reset();
+  CFM_FAIL_POINT(agent_task_answering);
   try {
     SendReply(peer_, std::move(reply));
+    CFM_FAIL_POINT(agent_task_answered);
   } catch (const ipc::ProtocolError& error) {
     SendProblems(peer_, {{.message = std::string("the reply is too long (") + error.what() +
                                      "): ask for a part of it"}});
@@ -155,6 +160,7 @@ void FrontEnd::TellChanges(const OperationalWatch::Changes& changes) {
   if (peer_.QueuedBytes() > kMaxWatchBacklog) {
     return EndWatch();
   }
+  CFM_FAIL_POINT(agent_changes_telling);
   try {
     SendReply(peer_, ReplyOf(changes));
   } catch (const ipc::ProtocolError& error) {

@@ -4,6 +4,7 @@
 
 #include "datastore.h"
 #include "excerpt.h"
+#include "fail_point.h"
 #include "keypath.h"
 #include "render.h"
 
@@ -104,6 +105,7 @@ void OperationalRead::FollowConfiguration() {
     return;
   }
   ++restarts_;
+  CFM_FAIL_POINT(agent_read_restarting);
   GiveUp();
   transactions_.clear();
   silences_.clear();

@@ -268,6 +268,7 @@ void Provider::EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& with
     }
     const Request request = Take(found);
     if (request.kind == Kind::kWorker) {
+      CFM_FAIL_POINT(agent_request_withdrawn);
       withdrawn.push_back(id);
     }
     if (request.asker != nullptr) {
@@ -292,11 +293,13 @@ void Provider::OnTime() {
   const std::uint64_t now = Now();
   while (!requests_.empty() && requests_.begin()->second.deadline <= now) {
     if (requests_.begin()->second.kind != Kind::kDelayed) {
+      CFM_FAIL_POINT(agent_provider_given_up);
       on_hang_();
       return;
     }
     const std::uint64_t id = requests_.begin()->first;
     Asker* asker = Take(requests_.begin()).asker;
+    CFM_FAIL_POINT(agent_late_answer_given_up);
     asker->OnMiss(id, Miss::kTimeout, Describe() + " did not answer in time");
   }
   Pump();

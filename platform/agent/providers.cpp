@@ -158,7 +158,9 @@ void Providers::Sweep() {
     Provider& provider = *providers_.at(number);
     AGENT_LOG_WARNING("%s", reason.c_str());
     Remember(provider);
+    CFM_FAIL_POINT(agent_provider_losing);
     provider.Lose(reason);
+    CFM_FAIL_POINT(agent_provider_lost);
     providers_.erase(number);
     dying_.erase(number);
   }

@@ -184,7 +184,9 @@ Problems Store::Commit(std::uint64_t txid, const std::vector<RowChange>& changes
   try {
     Write(txid, changes);
   } catch (const SqliteError& error) {
+    CFM_FAIL_POINT(agent_commit_rolling_back);
     RollBack();
+    CFM_FAIL_POINT(agent_commit_rolled_back);
     const bool is_sure = error.Code() != SQLITE_IOERR_FSYNC || BuryFailedCommit();
     return {{.message = "store the configuration in '" + file_.native() + "': " + error.what() +
                         (is_sure ? "; nothing was changed: "
@@ -208,8 +210,10 @@ void Store::RollBack() {
 // what holds. When that cannot be synced either it is still what will be read.
 // False when it could not be written.
 bool Store::BuryFailedCommit() {
+  CFM_FAIL_POINT(agent_commit_burying);
   try {
     Write(txid_, {});
+    CFM_FAIL_POINT(agent_commit_buried);
   } catch (const SqliteError& error) {
     RollBack();
     return error.Code() == SQLITE_IOERR_FSYNC;

@@ -18,6 +18,7 @@ using cfm::agent::Request;
 
 Subscriber::~Subscriber() {
   if (done_) {
+    CFM_FAIL_POINT(agent_subscriber_lost);
     AGENT_LOG_INFO("subscriber %s is gone", peer_.Describe().c_str());
     services_.subscriptions.Remove(this);
     services_.announcement.Lost(this);
@@ -50,6 +51,7 @@ void Subscriber::Subscribe(const cfm::agent::Subscribe& request) {
     reply.set_subscription_id(points_.back().id);
   }
   SendReply(peer_, std::move(reply));
+  CFM_FAIL_POINT(agent_subscribed);
 }
 
 Problems Subscriber::AddPoint(const cfm::agent::Subscribe& request) {

@@ -9,9 +9,9 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace failpoint {
 namespace {
@@ -29,6 +29,7 @@ struct Plan {
   Point point;
   unsigned long skip;
   Action action;
+  std::string_view text;
 };
 
 [[noreturn]] void Complain(std::string_view text, const char* cause) {
@@ -37,12 +38,38 @@ struct Plan {
   _exit(2);
 }
 
-// Cuts off what stands before the next colon.
-std::string_view TakeWord(std::string_view& text) {
-  const std::size_t end = std::min(text.find(':'), text.size());
+// Cuts off what stands before the next separator.
+std::string_view TakeWord(std::string_view& text, char separator) {
+  const std::size_t end = std::min(text.find(separator), text.size());
   const std::string_view word = text.substr(0, end);
   text.remove_prefix(std::min(end + 1, text.size()));
   return word;
+}
+
+bool CanTake(Kind kind, Action action) {
+  switch (action) {
+    case Action::kKill:
+    case Action::kStop:
+      return true;
+    case Action::kError:
+      return CanFail(kind);
+    case Action::kShort:
+      return CanBeShort(kind);
+  }
+  return false;
+}
+
+int ErrorOf(Kind kind) {
+  switch (kind) {
+    case Kind::kDisk:
+      return ENOSPC;
+    case Kind::kSync:
+      return EIO;
+    case Kind::kStep:
+    case Kind::kSocket:
+      break;
+  }
+  return ECONNRESET;
 }
 
 Point PointNamed(std::string_view name, std::string_view all) {
@@ -56,8 +83,11 @@ Point PointNamed(std::string_view name, std::string_view all) {
 
 Plan Parse(std::string_view text) {
   std::string_view rest = text;
-  Plan plan{.point = PointNamed(TakeWord(rest), text), .skip = 0, .action = Action::kKill};
-  std::string_view word = TakeWord(rest);
+  Plan plan{.point = PointNamed(TakeWord(rest, ':'), text),
+            .skip = 0,
+            .action = Action::kKill,
+            .text = text};
+  std::string_view word = TakeWord(rest, ':');
   if (!rest.empty()) {
     const auto [end, error] = std::from_chars(word.begin(), word.end(), plan.skip);
     if (error != std::errc() || end != word.end()) {
@@ -71,16 +101,20 @@ Plan Parse(std::string_view text) {
     Complain(text, "the action is none of kill, stop, error and short");
   }
   plan.action = action->second;
-  const bool is_step = kAll[static_cast<std::size_t>(plan.point)].kind == Kind::kStep;
-  if (is_step && plan.action != Action::kKill && plan.action != Action::kStop) {
-    Complain(text, "only a transfer takes error and short");
+  if (!CanTake(kAll[static_cast<std::size_t>(plan.point)].kind, plan.action)) {
+    Complain(text, "only a transfer takes error and short, and a sync error");
   }
   return plan;
 }
 
-std::optional<Plan> PlanOfTheProcess() {
+std::vector<Plan> PlansOfTheProcess() {
+  std::vector<Plan> plans;
   const char* text = std::getenv("CFM_FAIL_POINT");
-  return text != nullptr && *text != '\0' ? std::optional(Parse(text)) : std::nullopt;
+  std::string_view rest = text != nullptr ? text : "";
+  while (!rest.empty()) {
+    plans.push_back(Parse(TakeWord(rest, ',')));
+  }
+  return plans;
 }
 
 // -1 when nobody wants to know.
@@ -93,20 +127,25 @@ int OpenLog() {
 class Points {
  public:
   Fault Pass(Point point) {
-    Note(point);
-    if (!plan_ || plan_->point != point || plan_->skip-- > 0) {
+    const auto index = static_cast<std::size_t>(point);
+    if (!std::exchange(noted_[index], true)) {
+      Log(kAll[index].name);
+    }
+    const auto plan = std::find_if(plans_.begin(), plans_.end(),
+                                   [&](const Plan& each) { return each.point == point; });
+    if (plan == plans_.end() || plan->skip-- > 0) {
       return {};
     }
-    const Action action = plan_->action;
-    plan_.reset();
+    const Action action = plan->action;
+    Log(plan->text);
+    plans_.erase(plan);
     return Fail(point, action);
   }
 
  private:
-  void Note(Point point) {
-    const auto index = static_cast<std::size_t>(point);
-    if (log_ >= 0 && !std::exchange(noted_[index], true)) {
-      const std::string line = std::string(kAll[index].name) + "\n";
+  void Log(std::string_view text) const {
+    if (log_ >= 0) {
+      const std::string line = std::string(text) + "\n";
       static_cast<void>(!write(log_, line.data(), line.size()));
     }
   }
@@ -120,15 +159,14 @@ class Points {
         kill(getpid(), SIGSTOP);
         break;
       case Action::kError:
-        return {.error = kAll[static_cast<std::size_t>(point)].kind == Kind::kDisk ? ENOSPC
-                                                                                   : ECONNRESET};
+        return {.error = ErrorOf(kAll[static_cast<std::size_t>(point)].kind)};
       case Action::kShort:
         return {.is_short = true};
     }
     return {};
   }
 
-  std::optional<Plan> plan_ = PlanOfTheProcess();
+  std::vector<Plan> plans_ = PlansOfTheProcess();
   const int log_ = OpenLog();
   std::array<bool, kAll.size()> noted_{};
 };

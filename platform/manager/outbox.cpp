@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "fail_point.h"
+
 namespace cfm {
 
 void Outbox::PutStatus(const RecordName& record, manager::FromManager message) {
@@ -25,10 +27,12 @@ void Outbox::PutRemoval(const RecordName& record) {
   if (shown_.erase(record) == 0) {
     return;
   }
+  CFM_FAIL_POINT(manager_removal_sending);
   ++removals_;
   manager::FromManager message;
   EncodeName(record, *message.mutable_removed());
   Put(std::move(message));
+  CFM_FAIL_POINT(manager_removal_sent);
 }
 
 void Outbox::Put(manager::FromManager message) {

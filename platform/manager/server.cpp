@@ -88,6 +88,7 @@ void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
       std::make_unique<Session>(loop_, std::move(socket), peer, access, SessionHandlers());
   const Session* key = session.get();
   sessions_.emplace(key, std::move(session));
+  CFM_FAIL_POINT(manager_accepted);
 }
 
 Session::Handlers Server::SessionHandlers() {
@@ -105,6 +106,7 @@ void Server::Welcome(Session& session) {
     TakeOver(session);
   } else {
     ShowTo({&session});
+    CFM_FAIL_POINT(manager_observer_shown);
   }
 }
 
@@ -156,7 +158,9 @@ void Server::Apply(Session& session, const manager::Configuration& configuration
   ShowTo(Observers());
   CFM_FAIL_POINT(manager_configuration_shown);
   if (feed_->Begin()) {
+    CFM_FAIL_POINT(manager_status_beginning);
     check_.ReportAll();
+    CFM_FAIL_POINT(manager_status_begun);
     return;
   }
   for (const engine::Effect& report : reports) {
@@ -218,6 +222,7 @@ void Server::PaceConfigurer() {
 
 void Server::End(Session& session, const std::string& reason) {
   if (&session == configurer_) {
+    CFM_FAIL_POINT(manager_configurer_lost);
     configurer_ = nullptr;
     feed_.reset();
     log_.Warning(fmt::format("lost {}: {}; configuration {} stays in force", session.Text(), reason,

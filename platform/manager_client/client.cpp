@@ -148,6 +148,7 @@ void Client::Impl::OnMessage(const manager::FromManager& message) {
     case manager::FromManager::kStatisticsFinished:
       return OnStatisticsFinished(message.statistics_finished().number());
     case manager::FromManager::kResendStarts:
+      CFM_FAIL_POINT(client_resend_started);
       return relay_.ResendStarts(message.resend_starts().number());
     case manager::FromManager::kConfiguration:
     case manager::FromManager::MESSAGE_NOT_SET:
@@ -246,6 +247,7 @@ void Client::Impl::OnAgentState(velmw::AgentState state) noexcept {
     if (state == velmw::AgentState::kUp) {
       OnAgentBack();
     } else {
+      CFM_FAIL_POINT(client_agent_lost);
       relay_.AgentWentAway();
     }
   } catch (const std::exception& error) {
@@ -285,6 +287,7 @@ void Client::Impl::Finish() noexcept {
 }
 
 void Client::Impl::TellZeros(const RecordName& name) {
+  CFM_FAIL_POINT(client_zeros_telling);
   if (name.remote == 0) {
     receiver_->HandleStatisticsLocalMep(name.md, name.ma, name.mep, {});
   } else {

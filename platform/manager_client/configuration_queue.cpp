@@ -13,6 +13,7 @@ namespace cfm {
 ConfigurationQueue::ConfigurationQueue(Send send) : send_(std::move(send)) {}
 
 void ConfigurationQueue::Put(const Hierarchy& hierarchy) {
+  CFM_FAIL_POINT(client_configuration_put);
   manager::FromClient message;
   manager::Configuration& configuration = *message.mutable_configuration();
   EncodeHierarchy(hierarchy, configuration);

@@ -62,6 +62,7 @@ void AgentLink::Connect() {
     return;
   }
   retry_.reset();
+  CFM_FAIL_POINT(velconfd_connecting);
   connection_.emplace(interface_.Agent());
   CFM_FAIL_POINT(velconfd_connected);
   const cdb_txid txid = connection_->ReadTxid();
@@ -72,6 +73,7 @@ void AgentLink::Connect() {
     return;
   }
   connection_->Subscribe(interface_.Agent(), config_.Handlers());
+  CFM_FAIL_POINT(velconfd_subscribed);
   if (first) {
     TellConnected();
     config_.Load(*connection_, txid);
@@ -85,6 +87,7 @@ void AgentLink::Connect() {
   // The mirror stands, and nobody has been told yet that the agent is up.
   if (handlers_.HasAnswers()) {
     provider_.emplace(interface_.Agent(), log_, handlers_);
+    CFM_FAIL_POINT(velconfd_answering);
   }
   Serve();
 }
@@ -95,6 +98,7 @@ void AgentLink::TellConnected() {
   for (BaseHandler* handler : handlers_.All()) {
     handler->ConfdConnected(phase_);
   }
+  CFM_FAIL_POINT(velconfd_handlers_told);
 }
 
 void AgentLink::Serve() {
@@ -140,7 +144,9 @@ void AgentLink::Lose(const AgentError& error) {
   CFM_FAIL_POINT(velconfd_lost);
   const bool was_serving = serving_;
   TellLoss();
+  CFM_FAIL_POINT(velconfd_loss_told);
   Close();
+  CFM_FAIL_POINT(velconfd_closed);
   if (config_.IsPartial()) {
     End(std::string("the agent was lost during the initial load of the configuration, which "
                     "happens once in a process's life: ") +
@@ -156,6 +162,7 @@ void AgentLink::Lose(const AgentError& error) {
 // One connection went while the others stay. What a handler wrote on it stands
 // in part, and only an agent that comes back has all status sent again.
 void AgentLink::LoseForSession() {
+  CFM_FAIL_POINT(velconfd_session_lost);
   throw AgentError("the connection of a session was lost");
 }
 
@@ -172,6 +179,7 @@ void AgentLink::TellLoss() {
 }
 
 void AgentLink::Await(const AgentError& error) {
+  CFM_FAIL_POINT(velconfd_absent);
   if (last_failure_ != error.what()) {
     last_failure_ = error.what();
     Log(log_, kTolerated, "Waiting for the agent: " + last_failure_);
@@ -190,6 +198,7 @@ void AgentLink::End(const std::string& reason) {
   Close();
   agent_watch_.Stop();
   Log(log_, kError, reason);
+  CFM_FAIL_POINT(velconfd_ending);
   velmw::EndLoopWithError(middleware_, reason.c_str());
 }
 

@@ -2,7 +2,10 @@
 
 #include <fail_points.h>
 
+#include <algorithm>
+#include <array>
 #include <ostream>
+#include <utility>
 
 namespace test {
 namespace {
@@ -19,7 +22,29 @@ unsigned BitOf(Survivors::Target target) {
   return failpoint::kManagerd;
 }
 
+// Steps of making good what has failed before. The agent's start writes eight
+// times.
+constexpr std::array kProvoked = {
+    std::pair{"agent_commit_failed", "disk_write:10:error"},
+    std::pair{"agent_commit_rolling_back", "disk_write:10:error"},
+    std::pair{"agent_commit_rolled_back", "disk_write:10:error"},
+    std::pair{"agent_commit_burying", "disk_sync:error"},
+    std::pair{"agent_commit_buried", "disk_sync:error"},
+    std::pair{"velconfd_session_lost", "frame_send:30:error"},
+};
+
+bool CanTake(failpoint::Kind kind, const std::string& action) {
+  return action == "short" ? failpoint::CanBeShort(kind)
+                           : action != "error" || failpoint::CanFail(kind);
+}
+
 }  // namespace
+
+std::string Case::FailPoint() const {
+  const auto provoked =
+      std::ranges::find_if(kProvoked, [&](const auto& each) { return each.first == point; });
+  return provoked == kProvoked.end() ? Target() : provoked->second + ("," + Target());
+}
 
 void PrintTo(const Case& one, std::ostream* out) {
   *out << one.FailPoint();
@@ -31,11 +56,9 @@ std::string NameOf(const Case& one) {
 }
 
 std::vector<Case> CasesOf(Survivors::Target target, const std::string& action) {
-  const bool for_transfers_only = action == "error" || action == "short";
   std::vector<Case> cases;
   for (const failpoint::Entry& entry : failpoint::kAll) {
-    const bool has_it = (entry.programs & BitOf(target)) != 0;
-    if (has_it && (!for_transfers_only || entry.kind != failpoint::Kind::kStep)) {
+    if ((entry.programs & BitOf(target)) != 0 && CanTake(entry.kind, action)) {
       cases.push_back({target, std::string(entry.name), action});
     }
   }
@@ -60,7 +83,7 @@ std::vector<Case> CasesOfImpatience() {
         "velconfd_commit_started", "velconfd_commit_delivered", "velconfd_commit_applied",
         "confd_syncing", "confd_request_received", "confd_transaction_opened",
         "confd_callback_calling", "confd_callback_returned", "confd_replying", "confd_delaying",
-        "confd_action_calling", "confd_action_returned"}) {
+        "confd_action_calling", "confd_action_returned", "confd_transaction_open_answered"}) {
     cases.push_back({Survivors::Target::kApp, point, "stop"});
   }
   return cases;

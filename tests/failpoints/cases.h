@@ -15,7 +15,10 @@ struct Case {
   std::string action;
   int skip = 0;  // passes before
 
-  std::string FailPoint() const { return point + ":" + std::to_string(skip) + ":" + action; }
+  // What the process is told to fail at, and how that reads once it has.
+  std::string Target() const { return point + ":" + std::to_string(skip) + ":" + action; }
+  // The same with what has to fail before, so that the process comes there.
+  std::string FailPoint() const;
 };
 
 // How tests are named, and how failures name their parameter.

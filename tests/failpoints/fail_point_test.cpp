@@ -66,13 +66,28 @@ TEST(FailPoint, StopsAProcessUntilItIsWoken) {
   EXPECT_EQ(process.Log(), std::string(kPassed) + kTransferred);
 }
 
-TEST(FailPoint, IsLoggedAtItsFirstPassOnly) {
+TEST(FailPoint, IsOneOfSeveralThatFailIndependently) {
+  EXPECT_EQ(Pass("agent_commit_stored:9:kill,frame_send:1:short").output,
+            std::string(kPassed) + "10 ok\n5 ok\n10 ok\n");
+}
+
+std::string LogOf(const std::string& fail_point) {
   const test::TemporaryDirectory directory;
   const std::string log = directory.Path() / "log";
-  EXPECT_EQ(test::Run({PASSER}, {{"CFM_FAIL_POINT_LOG", log}}).status, 0);
+  test::Run({PASSER}, {{"CFM_FAIL_POINT", fail_point}, {"CFM_FAIL_POINT_LOG", log}});
   std::ifstream file(log);
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}),
-            "agent_commit_stored\nframe_send\n");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(FailPoint, IsLoggedAtItsFirstPassOnly) {
+  EXPECT_EQ(LogOf(""), "agent_commit_stored\nframe_send\n");
+}
+
+TEST(FailPoint, IsLoggedWhenItFails) {
+  EXPECT_EQ(LogOf("agent_commit_stored:1:kill"),
+            "agent_commit_stored\nagent_commit_stored:1:kill\n");
+  EXPECT_EQ(LogOf("frame_send:error,agent_commit_stored:9:kill"),
+            "agent_commit_stored\nframe_send\nframe_send:error\n");
 }
 
 struct Nonsense {
@@ -100,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Nonsense{"agent_commit_stored:explode", "the action is none of"},
                     Nonsense{"agent_commit_stored:once:kill", "is no number"},
                     Nonsense{"agent_commit_stored:error", "only a transfer takes error"},
+                    Nonsense{"disk_sync:short", "only a transfer takes error"},
+                    Nonsense{"frame_send:error,nowhere:kill", "no point of that name"},
                     Nonsense{"agent_commit_stored:1:kill:2", "the action is none of"}));
 
 }  // namespace

@@ -1,15 +1,11 @@
 #include "operations.h"
 
-#include <confd_lib.h>
-
-#include <confd_cdb.h>
-#include <signal.h>
-
 #include <array>
 #include <filesystem>
 #include <memory>
 
-#include "front_end.h"
+#include "circumstances.h"
+#include "program_requests.h"
 
 namespace test {
 namespace {
@@ -38,47 +34,6 @@ void DiscardCandidate(Survivors& survivors) {
   element.Cfmctl({"discard"});
 }
 
-cfm::agent::Request LockedSession() {
-  cfm::agent::Request request;
-  request.mutable_start_session()->set_database(CDB_RUNNING);
-  request.mutable_start_session()->set_flags(CDB_LOCK_SESSION | CDB_LOCK_WAIT);
-  return request;
-}
-
-void AwaitCommitInProgress(Element& element) {
-  FrontEnd front_end(element.RuntimeDirectory());
-  cfm::agent::Request watch;
-  watch.mutable_watch_status();
-  front_end.Send(watch);
-  while (!front_end.Receive().status().commit_in_progress()) {
-  }
-}
-
-// A round trip: the agent has seen what was sent before.
-void PassTheLoop(Element& element) {
-  cfm::agent::Request request;
-  request.mutable_get_status();
-  FrontEnd(element.RuntimeDirectory()).Call(request);
-}
-
-class CommitInBackground {
- public:
-  explicit CommitInBackground(Survivors& survivors)
-      : survivors_(survivors),
-        wanted_(survivors.WithOtherLevel()),
-        cfmctl_(survivors.Get().StartCfmctl(
-            {"set", "md{provider}/level", std::to_string(wanted_.level)})) {}
-  ~CommitInBackground() { survivors_.Note(wanted_, cfmctl_->AwaitExit().value_or(-1)); }
-
-  CommitInBackground(const CommitInBackground&) = delete;
-  CommitInBackground& operator=(const CommitInBackground&) = delete;
-
- private:
-  Survivors& survivors_;
-  Configured wanted_;
-  std::unique_ptr<Process> cfmctl_;
-};
-
 void CommitDuringASession(Survivors& survivors) {
   Element& element = survivors.Get();
   auto session = std::make_unique<FrontEnd>(element.RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
@@ -87,18 +42,6 @@ void CommitDuringASession(Survivors& survivors) {
   AwaitCommitInProgress(element);
   session.reset();
 }
-
-class Frozen {
- public:
-  explicit Frozen(Process& process) : process_(process) { process_.Freeze(); }
-  ~Frozen() { process_.Signal(SIGCONT); }
-
-  Frozen(const Frozen&) = delete;
-  Frozen& operator=(const Frozen&) = delete;
-
- private:
-  Process& process_;
-};
 
 void OpenASessionDuringACommit(Survivors& survivors) {
   Element& element = survivors.Get();
@@ -116,18 +59,98 @@ void ReplaceTheMep(Survivors& survivors) {
   survivors.CommitOtherMep();
 }
 
+void CommitAMistake(Survivors& survivors) {
+  survivors.Get().Cfmctl({"set", "md{provider}/level", "8"});
+}
+
+// The session keeps what it reads while the next configuration is published.
+void CommitWhileASessionReads(Survivors& survivors) {
+  FrontEnd session(survivors.Get().RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
+  session.Send(ReadingSession());
+  session.Call(AskForTxid());
+  survivors.CommitOtherLevel();
+}
+
+void ReadDuringACommit(Survivors& survivors) {
+  Element& element = survivors.Get();
+  FrontEnd reader(element.RuntimeDirectory());
+  auto frozen = std::make_unique<Frozen>(element.Daemon());
+  reader.Send(ReadAll());
+  PassTheLoop(element);
+  const CommitInBackground commit(survivors);
+  AwaitCommitInProgress(element);
+  frozen.reset();
+  reader.Receive();
+}
+
+void WriteWhileAnotherHoldsWritersOff(Survivors& survivors) {
+  constexpr std::int64_t kFirst = -1;
+  constexpr std::int64_t kSecond = -2;
+  Element& element = survivors.Get();
+  FrontEnd holder(element.RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
+  FrontEnd other(element.RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
+  holder.Send(OperationalSession());
+  other.Send(OperationalSession());
+  holder.Call(CreateEntry(kFirst));
+  // Behind the one of the MEP.
+  holder.Call(DeleteAndHold(1));
+  other.Send(CreateEntry(kSecond));
+  PassTheLoop(element);
+  holder.Send(EndOfSession());
+  other.Receive();
+  other.Call(DeleteEntry(kSecond));
+}
+
 void RestartTheManager(Survivors& survivors) {
   survivors.Get().KillManager();
-  survivors.Get().StartManager().AwaitReady();
-  survivors.Get().Verify();
+  survivors.Get().StartManager();
+  survivors.Await({"verify", "--wait", "20"});
+}
+
+void RestartTheDaemon(Survivors& survivors) {
+  survivors.Get().KillDaemon();
+  survivors.Get().StartDaemon();
+  survivors.Await({"status", "--wait", "20"});
+}
+
+// The daemon, which has begun to answer the read, finds the manager gone before
+// it looks for the next question, and takes the entry away that it is about. It
+// may be that the question is there first, hence once more.
+void LoseTheManagerDuringARead(Survivors& survivors) {
+  Element& element = survivors.Get();
+  for (int i = 0; i < 2; ++i) {
+    FrontEnd reader(element.RuntimeDirectory());
+    auto frozen = std::make_unique<Frozen>(element.Daemon());
+    {
+      const ManagerAway away(survivors);
+      reader.Send(ReadAll());
+      PassTheLoop(element);
+      frozen.reset();
+      reader.Receive();
+    }
+    survivors.Await({"verify", "--wait", "20"});
+  }
+}
+
+// Counters that are cleared while a read waits for them, and then the manager
+// goes.
+void ClearWhileAReadWaits(Survivors& survivors) {
+  Element& element = survivors.Get();
+  FrontEnd reader(element.RuntimeDirectory());
+  element.Cfmctl({"clear-statistics"});
+  auto frozen = std::make_unique<Frozen>(element.Manager());
+  reader.Send(ReadAll());
+  PassTheLoop(element);
+  element.Cfmctl({"clear-statistics"});
+  const ManagerAway away(survivors);
+  frozen.reset();
+  reader.Receive();
 }
 
 void RestartTheAgent(Survivors& survivors) {
-  Element& element = survivors.Get();
-  element.KillAgent();
-  element.StartAgent().AwaitReady();
-  const auto status = element.StartCfmctl({"status", "--wait", "20", "--for", "daemon"});
-  AwaitFirst({status.get(), &element.Daemon()});
+  survivors.Get().KillAgent();
+  survivors.Start(Survivors::Target::kAgentd);
+  survivors.Await({"status", "--wait", "20", "--for", "daemon"});
 }
 
 void CommitWithoutTheDaemon(Survivors& survivors) {
@@ -138,18 +161,48 @@ void CommitWithoutTheDaemon(Survivors& survivors) {
   element.StartAgent({"--runtime-dir", elsewhere}).AwaitReady();
   survivors.CommitOtherLevel({"--runtime-dir", elsewhere});
   element.Agent().Stop();
-  element.StartAgent().AwaitReady();
+  survivors.Start(Survivors::Target::kAgentd).AwaitReady();
   element.Daemon().AwaitExit();
 }
 
+// The agent waits for the daemon until it is given up.
+void CommitUntilTheDaemonIsGivenUp(Survivors& survivors) {
+  const Frozen frozen(survivors.Get().Daemon());
+  survivors.CommitOtherLevel();
+}
+
+void ReadUntilTheDaemonIsGivenUp(Survivors& survivors) {
+  const Frozen frozen(survivors.Get().Daemon());
+  survivors.Get().Cfmctl({"show", "status"});
+}
+
+// The daemon has its answer when the agent does not wait any more.
+void ReadUntilTheCountersAreGivenUp(Survivors& survivors) {
+  Element& element = survivors.Get();
+  element.Cfmctl({"clear-statistics"});
+  const Frozen frozen(element.Manager());
+  element.Cfmctl({"show", "statistics"});
+}
+
+constexpr bool kLong = true;
+
 constexpr std::array kForAgentd{
     Operation{"commit", Commit},
+    Operation{"commit a mistake", CommitAMistake},
     Operation{"read counters", ReadCounters},
     Operation{"commit a candidate", CommitCandidate},
     Operation{"discard a candidate", DiscardCandidate},
     Operation{"commit during a session", CommitDuringASession},
     Operation{"open a session during a commit", OpenASessionDuringACommit},
+    Operation{"commit while a session reads", CommitWhileASessionReads},
+    Operation{"read during a commit", ReadDuringACommit},
     Operation{"replace the MEP", ReplaceTheMep},
+    Operation{"write while another holds writers off", WriteWhileAnotherHoldsWritersOff},
+    Operation{"lose the manager during a read", LoseTheManagerDuringARead},
+    Operation{"restart the daemon", RestartTheDaemon},
+    Operation{"read until the counters are given up", ReadUntilTheCountersAreGivenUp, kLong},
+    Operation{"read until the daemon is given up", ReadUntilTheDaemonIsGivenUp, kLong},
+    Operation{"commit until the daemon is given up", CommitUntilTheDaemonIsGivenUp, kLong},
 };
 
 constexpr std::array kForApp{
@@ -158,6 +211,9 @@ constexpr std::array kForApp{
     Operation{"replace the MEP", ReplaceTheMep},
     Operation{"restart the manager", RestartTheManager},
     Operation{"restart the agent", RestartTheAgent},
+    Operation{"lose the manager during a read", LoseTheManagerDuringARead},
+    Operation{"clear while a read waits", ClearWhileAReadWaits},
+    Operation{"read until the counters are given up", ReadUntilTheCountersAreGivenUp, kLong},
     Operation{"commit without the daemon", CommitWithoutTheDaemon},
 };
 
@@ -167,6 +223,7 @@ constexpr std::array kForManagerd{
     Operation{"restart the agent", RestartTheAgent},
     Operation{"replace the MEP", ReplaceTheMep},
     Operation{"restart the agent once more", RestartTheAgent},
+    Operation{"restart the daemon", RestartTheDaemon},
 };
 
 }  // namespace

@@ -12,6 +12,7 @@ namespace test {
 struct Operation {
   const char* name;
   void (*run)(Survivors& survivors);
+  bool is_long = false;  // takes as long as the agent is patient
 };
 
 // Together they pass all points of the process, the start of which comes before

@@ -19,34 +19,26 @@ namespace {
 
 using Target = Survivors::Target;
 
+// Two, so that not every entry is the only one of its list.
 constexpr int kRemote = 12;
+constexpr int kOtherRemote = 13;
 constexpr int kFirstMep = 1;
 constexpr int kOtherMep = 2;
 constexpr int kLevels = 8;
+constexpr const char* kAgentPatience = "2";  // seconds
 // Exit statuses of cfmctl.
 constexpr int kDone = 0;
 constexpr int kRefused = 1;
+constexpr int kWrongUsage = 2;
 // A daemon may have to be started anew more than once: by the peer's end, and
 // by a configuration that has moved on.
 constexpr int kMostStarts = 4;
-
-const char* NameOf(Target target) {
-  switch (target) {
-    case Target::kAgentd:
-      return "agentd";
-    case Target::kApp:
-      return "cfm-app";
-    case Target::kManagerd:
-      break;
-  }
-  return "cfm-managerd";
-}
 
 Association Associate(const Configured& configured) {
   return {.level = configured.level,
           .interval = "10min",
           .meps = {configured.mep},
-          .remotes = {kRemote}};
+          .remotes = {kRemote, kOtherRemote}};
 }
 
 // Level and MEP in the XML of the running configuration.
@@ -65,14 +57,29 @@ std::string TextOf(const Configured& configured) {
 
 std::multiset<std::string> RecordsOf(const Configured& configured) {
   return {fmt::format("local provider gold {}", configured.mep),
-          fmt::format("remote provider gold {} {}", configured.mep, kRemote)};
+          fmt::format("remote provider gold {} {}", configured.mep, kRemote),
+          fmt::format("remote provider gold {} {}", configured.mep, kOtherRemote)};
 }
 
 }  // namespace
 
+const char* NameOf(Target target) {
+  switch (target) {
+    case Target::kAgentd:
+      return "agentd";
+    case Target::kApp:
+      return "cfm-app";
+    case Target::kManagerd:
+      break;
+  }
+  return "cfm-managerd";
+}
+
 Survivors::Survivors() {
   element_.SetInterfaces(TableOfWire(element_.Directory() / "wire"));
-  element_.StartAll();
+  for (const Target target : {Target::kAgentd, Target::kManagerd, Target::kApp}) {
+    EXPECT_TRUE(Start(target).AwaitReady()) << Of(target).Log();
+  }
   possible_ = {{.level = next_level_, .mep = kFirstMep}};
   Configure(element_, Associate(possible_.front()));
   ExpectRecords();
@@ -93,7 +100,8 @@ Process& Survivors::Of(Target target) {
 Process& Survivors::Start(Target target) {
   switch (target) {
     case Target::kAgentd:
-      return element_.StartAgent({"--subscriber-timeout", "5", "--provider-timeout", "5"});
+      return element_.StartAgent(
+          {"--subscriber-timeout", kAgentPatience, "--provider-timeout", kAgentPatience});
     case Target::kApp:
       return element_.StartDaemon();
     case Target::kManagerd:
@@ -113,9 +121,27 @@ void Survivors::Stop(Target target) {
 }
 
 void Survivors::Settle(Target target) {
-  const auto watch =
-      element_.StartCfmctl({"watch", "--timeout", "20", "--until", "mac-address!=none"});
-  AwaitFirst({watch.get(), &Of(target), &element_.Daemon()});
+  for (int starts = 0; starts < kMostStarts && !Of(target).Status(); ++starts) {
+    for (const Target each : {Target::kAgentd, Target::kManagerd, Target::kApp}) {
+      if (Of(each).Status()) {
+        Start(each);
+      }
+    }
+    if (Await({"watch", "--timeout", "20", "--until", "mac-address!=ff:ff:ff:ff:ff:ff"})) {
+      return;
+    }
+  }
+}
+
+bool Survivors::Await(const std::vector<std::string>& words) {
+  const auto cfmctl = element_.StartCfmctl(words);
+  Process* const ended =
+      AwaitFirst({cfmctl.get(), &element_.Agent(), &element_.Manager(), &element_.Daemon()});
+  if (ended != cfmctl.get()) {
+    return false;
+  }
+  EXPECT_NE(cfmctl->AwaitExit(), kWrongUsage) << cfmctl->Log();
+  return true;
 }
 
 void Survivors::Disarm(Target target) {
@@ -136,10 +162,8 @@ void Survivors::Launch(Target target, const std::string& fail_point) {
 
 void Survivors::AwaitReady(Target target) {
   EXPECT_TRUE(Of(target).AwaitReady() || Of(target).Status()) << Of(target).Log();
-  for (const char* command : {"status", "verify"}) {
-    const auto cfmctl = element_.StartCfmctl({command, "--wait", "20"});
-    AwaitFirst({cfmctl.get(), &Of(target)});
-  }
+  Await({"status", "--wait", "20"});
+  Await({"verify", "--wait", "20"});
 }
 
 std::vector<std::string> Survivors::Passed() const {

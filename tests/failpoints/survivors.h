@@ -23,7 +23,8 @@ class Survivors {
  public:
   enum class Target { kAgentd, kApp, kManagerd };
 
-  // Starts everything and configures one MEP.
+  // Starts everything and configures one MEP. The agent waits two seconds for
+  // whoever does not answer.
   Survivors();
 
   Element& Get() { return element_; }
@@ -35,15 +36,20 @@ class Survivors {
   void Stop(Target target);
   // Starts it with that fail point.
   void Launch(Target target, const std::string& fail_point);
-  // Waits until what was committed shows in the status, or cannot: one of the
-  // processes has ended.
+  // Unless that process has ended: starts what else has, and waits until what
+  // was committed shows in the status.
   void Settle(Target target);
+  // Runs a command of cfmctl that waits for something to its end. False when one
+  // of the processes ended before that: it might wait in vain.
+  bool Await(const std::vector<std::string>& words);
+  // Starts a process that does not run; does not wait for it.
+  Process& Start(Target target);
   // Ends it unless it has ended: what comes then is nobody's crash.
   void Disarm(Target target);
   // Waits until it is ready and its peers have found it, or it has ended.
   void AwaitReady(Target target);
-  // The points that the armed process has passed, in the order of the first
-  // pass of each.
+  // Lines of the armed process's log: the points that it has passed, in the
+  // order of the first pass of each, and what has failed.
   std::vector<std::string> Passed() const;
 
   // Commits another level, or another MEP, and notes what may be running now by
@@ -64,7 +70,6 @@ class Survivors {
  private:
   static constexpr const char* kLog = "passed-points";
 
-  Process& Start(Target target);
   void StartWhatHasEnded(Target target);
   bool AllAreThere(Target target);
   void ExpectRunningIsKnown();
@@ -78,6 +83,9 @@ class Survivors {
   std::size_t log_checked_ = 0;  // of the daemon's log, so many bytes
   pid_t agent_checked_ = -1;     // the agent then
 };
+
+// agentd, cfm-app, cfm-managerd.
+const char* NameOf(Survivors::Target target);
 
 }  // namespace test
 

@@ -6,10 +6,13 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <exception>
+#include <map>
 #include <memory>
 
 #include "cases.h"
+#include "hits.h"
 #include "operations.h"
 #include "survivors.h"
 #include "waker.h"
@@ -33,6 +36,9 @@ class FailPoint : public testing::TestWithParam<Case> {
     }
   }
   void TearDown() override {
+    if (HasFailed()) {
+      test::NoteHit({NameOf(ItsTarget()), GetParam().point, GetParam().action});
+    }
     if (HasFailure() || ItsTarget() == Target::kManagerd) {
       element_.reset();
     }
@@ -45,10 +51,13 @@ class FailPoint : public testing::TestWithParam<Case> {
 
   // Runs one operation after the other until `is_enough` says so.
   template <typename IsEnough>
-  static void Operate(IsEnough is_enough) {
+  static void Operate(IsEnough is_enough, bool with_long_ones = true) {
     for (const test::Operation& operation : test::OperationsFor(ItsTarget())) {
       if (is_enough()) {
         return;
+      }
+      if (operation.is_long && !with_long_ones) {
+        continue;
       }
       try {
         operation.run(Element());
@@ -58,8 +67,10 @@ class FailPoint : public testing::TestWithParam<Case> {
       Element().Settle(ItsTarget());
     }
   }
-  static void ExpectPassed() {
-    EXPECT_THAT(Element().Passed(), testing::Contains(GetParam().point));
+  // Whether it came to the point often enough to fail there.
+  static bool HasFailed() {
+    const std::vector<std::string> passed = Element().Passed();
+    return std::ranges::find(passed, GetParam().Target()) != passed.end();
   }
 
  private:
@@ -67,6 +78,24 @@ class FailPoint : public testing::TestWithParam<Case> {
 };
 
 std::unique_ptr<Survivors> FailPoint::element_;
+
+// Later passes of a point, of which there may be fewer. Who has too few once
+// has too few for all that come later.
+class LaterPass : public FailPoint {
+ protected:
+  static bool IsTooLate() {
+    const auto found = too_late_.find(PointAndAction());
+    return found != too_late_.end() && GetParam().skip >= found->second;
+  }
+  static void NoteTooLate() { too_late_.try_emplace(PointAndAction(), GetParam().skip); }
+
+ private:
+  static std::string PointAndAction() { return GetParam().point + GetParam().action; }
+
+  static std::map<std::string, int> too_late_;
+};
+
+std::map<std::string, int> LaterPass::too_late_;
 
 std::string NameOfTest(const testing::TestParamInfo<Case>& info) {
   return test::NameOf(info.param);
@@ -79,7 +108,7 @@ TEST_P(Kill, LosesNothingAndLeavesNothingBehind) {
   Operate([] { return ItsProcess().Status().has_value(); });
   EXPECT_EQ(ItsProcess().AwaitExit(), 128 + SIGKILL);
   ASSERT_FALSE(Element().Passed().empty());
-  EXPECT_EQ(Element().Passed().back(), GetParam().point);
+  EXPECT_EQ(Element().Passed().back(), GetParam().Target());
   Element().ExpectAllIsWell(ItsTarget());
 }
 
@@ -91,14 +120,19 @@ INSTANTIATE_TEST_SUITE_P(Managerd, Kill,
                          testing::ValuesIn(test::CasesOf(Target::kManagerd, "kill")), NameOfTest);
 
 // Later passes of the same points: of those that come often, and that a start
-// alone passes before any operation. Not every point is passed so often.
-class LaterKill : public FailPoint {};
+// alone passes before any operation.
+class LaterKill : public LaterPass {};
 
 TEST_P(LaterKill, LosesNothingAndLeavesNothingBehind) {
+  if (IsTooLate()) {
+    GTEST_SKIP() << "the point is not passed so often";
+  }
   Arm();
-  Operate([] { return ItsProcess().Status().has_value(); });
+  Operate([] { return ItsProcess().Status().has_value(); }, false);
+  if (!HasFailed()) {
+    NoteTooLate();
+  }
   Element().Disarm(ItsTarget());
-  ExpectPassed();
   Element().ExpectAllIsWell(ItsTarget());
 }
 
@@ -111,17 +145,23 @@ INSTANTIATE_TEST_SUITE_P(Managerd, LaterKill,
                          testing::ValuesIn(test::LaterCasesOf(Target::kManagerd, "kill")),
                          NameOfTest);
 
-class Fault : public FailPoint {};
+class Fault : public LaterPass {};
 
 TEST_P(Fault, IsOfOneTransferOnly) {
+  if (IsTooLate()) {
+    GTEST_SKIP() << "the point is not passed so often";
+  }
   Arm();
-  Operate([] { return ItsProcess().Status().has_value(); });
+  Operate([] { return ItsProcess().Status().has_value(); }, false);
+  if (!HasFailed()) {
+    NoteTooLate();
+  }
+  EXPECT_TRUE(HasFailed() || GetParam().skip > 0);
   // Nobody but the daemon itself talks to the other two through its transfers;
   // a connection of cfmctl must not be what breaks.
   if (ItsTarget() != Target::kApp) {
     Element().Disarm(ItsTarget());
   }
-  ExpectPassed();
   Element().ExpectAllIsWell(ItsTarget());
 }
 
@@ -177,7 +217,7 @@ TEST_P(Stop, IsMadeGoodWhenTheProcessGoesOnAtOnce) {
   const test::Waker waker(ItsProcess(), [] {});
   Element().AwaitReady(ItsTarget());
   ExpectWoken(waker);
-  ExpectPassed();
+  EXPECT_TRUE(HasFailed());
   Element().ExpectAllIsWell(ItsTarget());
 }
 

@@ -3,6 +3,8 @@
 #include <iterator>
 #include <utility>
 
+#include "fail_point.h"
+
 namespace confd {
 namespace {
 
@@ -123,6 +125,7 @@ FoundTransaction FindTransaction(const confd_trans_ctx* tctx) {
 }
 
 void WithdrawRequest(std::uint64_t id) {
+  CFM_FAIL_POINT(confd_withdrawing);
   for (const auto& [dx, daemon] : AllDaemons()) {
     daemon->Withdraw(id);
   }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "confd_client/daemon.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -122,6 +123,7 @@ void DeferredWrites::Take(OperationalWrite write, Link& link) {
     deferred.set_wants_reply(true);
   }
   *deferred.add_writes() = std::move(write);
+  CFM_FAIL_POINT(confd_write_deferred);
   if (deferred.writes_size() == kMostWaiting) {
     Send(link);
   }
@@ -132,10 +134,14 @@ void DeferredWrites::Send(Link& link) {
     return;
   }
   const cfm::agent::Request request = std::exchange(request_, {});
+  CFM_FAIL_POINT(confd_deferred_sending);
   if (!request.deferred_writes().wants_reply()) {
-    return link.Send(request);
+    link.Send(request);
+    CFM_FAIL_POINT(confd_deferred_sent);
+    return;
   }
   const cfm::agent::Reply reply = link.Transact(request);
+  CFM_FAIL_POINT(confd_deferred_answered);
   for (const std::uint64_t id : reply.withdrawn()) {
     WithdrawRequest(id);
   }

@@ -10,6 +10,7 @@
 
 #include "confd_client/error.h"
 #include "confd_client/library.h"
+#include "fail_point.h"
 #include "frame.h"
 
 namespace confd {
@@ -82,7 +83,9 @@ cfm::agent::Reply& Link::Transact(const cfm::agent::Request& request,
 void Link::Transact(const cfm::agent::Request& request, cfm::agent::FromAgent& answer) {
   Say(CONFD_TRACE, "request to the agent");
   Send(request);
+  CFM_FAIL_POINT(confd_call_sent);
   Receive(answer);
+  CFM_FAIL_POINT(confd_call_answered);
   if (!answer.has_reply()) {
     FailForGarbage("a message that is no reply");
   }

@@ -68,6 +68,7 @@ int WorkAction(Daemon& daemon, const cfm::agent::ProviderRequest& request) {
     Fail(*daemon.worker, request.id(), "action point " + action.actionpoint() + ": " + failure);
   }
   Send(*daemon.worker, Answer(request.id(), ProviderReply::OK));
+  CFM_FAIL_POINT(confd_action_answered);
   return CONFD_OK;
 }
 

@@ -6,6 +6,7 @@
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
 #include "confd_client/request_keypath.h"
+#include "fail_point.h"
 #include "frame.h"
 
 namespace confd {
@@ -64,6 +65,7 @@ std::optional<ApiError> WorkAll(Daemon& daemon, const ReadBatch& batch) {
     GivenConfiguration::ForgetReads();
     ReadKeypath(KeypathOf(request), keypath);
     if (daemon.IsWithdrawn(request.id())) {
+      CFM_FAIL_POINT(confd_request_skipped);
       continue;
     }
     if (!goes_on) {

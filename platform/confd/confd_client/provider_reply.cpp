@@ -26,6 +26,7 @@ OpenRead& ReadOf(Transaction& transaction) {
 
 void CheckNotGivenUp(const FoundTransaction& found, const OpenRead& read) {
   if (read.given_up) {
+    CFM_FAIL_POINT(confd_answer_too_late);
     found.daemon->EndRead(*found.transaction);
     throw ApiError(CONFD_ERR_BADSTATE,
                    "the answer comes too late: the agent has given the read up");

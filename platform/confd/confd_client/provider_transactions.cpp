@@ -27,6 +27,7 @@ int InitTransaction(Daemon& daemon, std::uint64_t id, std::uint32_t number) {
   }
   CFM_FAIL_POINT(confd_transaction_opened);
   Send(*daemon.control, Answer(id, ProviderReply::OK));
+  CFM_FAIL_POINT(confd_transaction_open_answered);
   return CONFD_OK;
 }
 

@@ -6,6 +6,7 @@
 #include "confd_client/late_session.h"
 #include "confd_client/names.h"
 #include "confd_client/path_message.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -18,10 +19,12 @@ void Fetch(Connection& connection, const Path& path) {
   BeginAtAgent(connection);
   cfm::agent::Request request;
   *request.mutable_fetch()->mutable_path() = PathMessage(path);
+  CFM_FAIL_POINT(confd_fetching);
   // Thousands of small messages: taken one by one they cost more than the
   // transport.
   const auto arena = std::make_shared<google::protobuf::Arena>();
   const cfm::agent::Reply& reply = connection.link.Transact(request, *arena);
+  CFM_FAIL_POINT(confd_fetched);
   if (!reply.has_data()) {
     connection.session->cache->AddAbsence(path.front().name);
     return;

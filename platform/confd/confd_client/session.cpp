@@ -70,6 +70,7 @@ int ReadTxid(Connection& connection, cdb_txid* txid) {
   }
   cfm::agent::Request request;
   request.mutable_get_txid();
+  CFM_FAIL_POINT(confd_txid_asking);
   WriteTxid(connection.link.Transact(request).txid(), *txid);
   return CONFD_OK;
 }
