@@ -94,6 +94,10 @@ FakeAgent::FakeAgent(const std::filesystem::path& directory) {
 void FakeAgent::Serve(int fd) {
   cfm::agent::Hello hello;
   ipc::ReceiveFrame(fd, hello);
+  if (hang_ups > 0) {
+    --hang_ups;
+    return;
+  }
   cfm::agent::HelloReply welcome;
   welcome.set_error(hello.role() == cfm::agent::ROLE_FRONT_END ? welcome_error : "wrong role");
   ipc::SendFrame(fd, welcome);

@@ -3,6 +3,7 @@
 #ifndef TESTS_TOOLS_FAKES_H
 #define TESTS_TOOLS_FAKES_H
 
+#include <atomic>
 #include <condition_variable>
 #include <filesystem>
 #include <functional>
@@ -54,6 +55,8 @@ class FakeAgent {
   // What it says to each kind of request, before any client connects.
   std::function<Answer(const cfm::agent::Request&)> on_request;
   std::string welcome_error;
+  // So many connections are closed without a welcome.
+  std::atomic<int> hang_ups = 0;
 
   // The status that GetStatus and WatchStatus tell; watchers hear of it.
   void SetStatus(const cfm::agent::Status& status);

@@ -92,6 +92,16 @@ TEST_F(Status, WaitingSeesWhatIsCommittedReachTheManager) {
   EXPECT_EQ(waiting.get().status, 0);
 }
 
+// Its socket is there already, so nothing will appear in the directory.
+TEST_F(Status, WaitingTriesAgainWhereAConnectionWasClosed) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(0));
+  agent.hang_ups = 2;
+  const test::FakeManager manager(Directory());
+  const auto outcome = Run({"status", "--wait", "20"});
+  EXPECT_EQ(outcome.status, 0) << outcome.out;
+}
+
 TEST_F(Status, WithNothingCommittedTheManagerNeedsNothing) {
   test::FakeAgent agent(Directory());
   agent.SetStatus(test::StatusOf(0));

@@ -1,11 +1,15 @@
 #include "element_watch.h"
 
+#include <algorithm>
+#include <system_error>
+
 #include "poll_readable.h"
 
 namespace cfmctl {
 namespace {
 
 constexpr std::chrono::milliseconds kNow{0};
+constexpr std::chrono::milliseconds kRetry{500};
 
 // Makes sure of the connection, then takes the newest content. A failure at
 // any point is the reason of absence.
@@ -32,6 +36,13 @@ void Update(Part<Client, Content>& part, auto&& connect, auto&& next,
   }
 }
 
+// Its socket will not appear a second time: most likely one that a dead process
+// left, but it may be that just this connection went wrong.
+bool HasToTryAgain(const auto& part, const std::filesystem::path& socket) {
+  std::error_code unknown;
+  return !part.client && std::filesystem::exists(socket, unknown);
+}
+
 int FdOf(const auto& part) {
   return part.client ? part.client->Fd() : -1;
 }
@@ -47,14 +58,21 @@ ElementWatch::ElementWatch(std::filesystem::path agent_socket, std::filesystem::
 bool ElementWatch::AwaitChange(const Deadline& deadline) {
   if (!directory_) {
     directory_.emplace(agent_socket_.parent_path());
-  } else if (PollReadable({directory_->Fd(), FdOf(agent_), FdOf(manager_)}, deadline)) {
+  } else if (PollReadable({directory_->Fd(), FdOf(agent_), FdOf(manager_)}, NextLook(deadline))) {
     directory_->Rearm();
-  } else {
+  } else if (deadline.Passed()) {
     return false;
   }
   LookAtAgent();
   LookAtManager();
   return true;
+}
+
+Deadline ElementWatch::NextLook(const Deadline& deadline) const {
+  if (HasToTryAgain(agent_, agent_socket_) || HasToTryAgain(manager_, manager_socket_)) {
+    return Deadline::After(std::min(kRetry, std::chrono::milliseconds(deadline.PollTimeout())));
+  }
+  return deadline;
 }
 
 void ElementWatch::LookAtAgent() {

@@ -44,6 +44,9 @@ class ElementWatch {
   bool AwaitChange(const Deadline& deadline);
 
  private:
+  // When to look even if nothing shows.
+  Deadline NextLook(const Deadline& deadline) const;
+
   std::filesystem::path agent_socket_;
   std::filesystem::path manager_socket_;
   std::chrono::milliseconds timeout_;
