@@ -159,8 +159,9 @@ void AgentLink::Lose(const AgentError& error) {
   }
 }
 
-// One connection went while the others stay. What a handler wrote on it stands
-// in part, and only an agent that comes back has all status sent again.
+// One connection went, or did not come about, while the others stay. What a
+// handler wrote on it stands in part or not at all, and only an agent that comes
+// back has all status sent again.
 void AgentLink::LoseForSession() {
   CFM_FAIL_POINT(velconfd_session_lost);
   throw AgentError("the connection of a session was lost");

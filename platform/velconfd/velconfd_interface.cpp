@@ -29,6 +29,7 @@ int VelConfdInterface::BeginSession(cdb_db_type database) noexcept {
     leased_.push_back({SocketWithSession(database), true});
     return leased_.back().socket.Get();
   } catch (const std::exception&) {
+    TellLoss();
     return -1;  // the handler says what it could not do without a session
   }
 }
@@ -65,10 +66,14 @@ void VelConfdInterface::EndSession(int socket) noexcept {
   const bool is_lost = !ended && lease->reusable;
   leased_.erase(lease);
   if (is_lost) {
-    try {
-      on_lost_session_();
-    } catch (const std::exception&) {
-      // The loop takes no timer; what remains is that the next loss is noticed.
-    }
+    TellLoss();
+  }
+}
+
+void VelConfdInterface::TellLoss() noexcept {
+  try {
+    on_lost_session_();
+  } catch (const std::exception&) {
+    // The loop takes no timer; what remains is that the next loss is noticed.
   }
 }

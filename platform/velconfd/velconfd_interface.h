@@ -26,8 +26,9 @@ class VelConfdInterface {
   // sockets; one in use is closed when its session ends.
   void SetConnected(bool connected);
 
-  // Called, out of EndSession, when a session's connection was lost while
-  // connected: what was written in it may be lost, too.
+  // Called, out of EndSession and BeginSession, when a session's connection was
+  // lost while connected, or none came about: what was written in it, or would
+  // have been, may be lost.
   void OnLostSession(std::function<void()> on_lost) { on_lost_session_ = std::move(on_lost); }
 
   // Socket with a new session on `database`, or -1.
@@ -42,6 +43,7 @@ class VelConfdInterface {
   };
 
   velconfd::CdbSocket SocketWithSession(cdb_db_type database);
+  void TellLoss() noexcept;
 
   velconfd::AgentAddress agent_;
   bool connected_ = false;

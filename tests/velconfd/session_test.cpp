@@ -97,6 +97,14 @@ TEST_F(SessionTest, AConnectionThatIsLostInASessionCountsAsTheLossOfTheAgent) {
   EXPECT_TRUE(Await("agent up"));
 }
 
+TEST_F(SessionTest, ASessionThatCannotBeginCountsAsTheLossOfTheAgent) {
+  Start();
+  agent_.Refuse("session");
+  EXPECT_EQ(VelConfdStatusSession(status_.Connection()).Socket(), -1);
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_TRUE(Await("agent up"));
+}
+
 TEST_F(SessionTest, ASocketOfTheLostAgentIsNotUsedAgain) {
   Start();
   {
