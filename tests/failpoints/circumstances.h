@@ -4,12 +4,12 @@
 #define TESTS_FAILPOINTS_CIRCUMSTANCES_H
 
 #include <memory>
+#include <mutex>
 
 #include "survivors.h"
 
 namespace test {
 
-void AwaitCommitInProgress(Element& element);
 // When it returns the agent has seen what was sent to it before.
 void PassTheLoop(Element& element);
 
@@ -18,6 +18,9 @@ class CommitInBackground {
  public:
   explicit CommitInBackground(Survivors& survivors);
   ~CommitInBackground();
+
+  // Waits until it is in progress; throws when it is over before that.
+  void AwaitProgress();
 
   CommitInBackground(const CommitInBackground&) = delete;
   CommitInBackground& operator=(const CommitInBackground&) = delete;
@@ -28,16 +31,17 @@ class CommitInBackground {
   std::unique_ptr<Process> cfmctl_;
 };
 
-// The process stands still for as long as this lives.
+// A process of the element stands still for as long as this lives.
 class Frozen {
  public:
-  explicit Frozen(Process& process) : process_(process) { process_.Freeze(); }
+  Frozen(Survivors& survivors, Survivors::Target target);
   ~Frozen();
 
   Frozen(const Frozen&) = delete;
   Frozen& operator=(const Frozen&) = delete;
 
  private:
+  std::unique_lock<std::mutex> lock_;
   Process& process_;
 };
 

@@ -10,6 +10,8 @@
 namespace test {
 namespace {
 
+using Target = Survivors::Target;
+
 void Commit(Survivors& survivors) {
   survivors.CommitOtherLevel();
 }
@@ -38,17 +40,17 @@ void CommitDuringASession(Survivors& survivors) {
   Element& element = survivors.Get();
   auto session = std::make_unique<FrontEnd>(element.RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
   session->Call(LockedSession());
-  const CommitInBackground commit(survivors);
-  AwaitCommitInProgress(element);
+  CommitInBackground commit(survivors);
+  commit.AwaitProgress();
   session.reset();
 }
 
 void OpenASessionDuringACommit(Survivors& survivors) {
   Element& element = survivors.Get();
   FrontEnd session(element.RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
-  auto frozen = std::make_unique<Frozen>(element.Daemon());
-  const CommitInBackground commit(survivors);
-  AwaitCommitInProgress(element);
+  auto frozen = std::make_unique<Frozen>(survivors, Target::kApp);
+  CommitInBackground commit(survivors);
+  commit.AwaitProgress();
   session.Send(LockedSession());
   PassTheLoop(element);
   frozen.reset();
@@ -74,11 +76,11 @@ void CommitWhileASessionReads(Survivors& survivors) {
 void ReadDuringACommit(Survivors& survivors) {
   Element& element = survivors.Get();
   FrontEnd reader(element.RuntimeDirectory());
-  auto frozen = std::make_unique<Frozen>(element.Daemon());
+  auto frozen = std::make_unique<Frozen>(survivors, Target::kApp);
   reader.Send(ReadAll());
   PassTheLoop(element);
-  const CommitInBackground commit(survivors);
-  AwaitCommitInProgress(element);
+  CommitInBackground commit(survivors);
+  commit.AwaitProgress();
   frozen.reset();
   reader.Receive();
 }
@@ -120,7 +122,7 @@ void LoseTheManagerDuringARead(Survivors& survivors) {
   Element& element = survivors.Get();
   for (int i = 0; i < 2; ++i) {
     FrontEnd reader(element.RuntimeDirectory());
-    auto frozen = std::make_unique<Frozen>(element.Daemon());
+    auto frozen = std::make_unique<Frozen>(survivors, Target::kApp);
     {
       const ManagerAway away(survivors);
       reader.Send(ReadAll());
@@ -138,7 +140,7 @@ void ClearWhileAReadWaits(Survivors& survivors) {
   Element& element = survivors.Get();
   FrontEnd reader(element.RuntimeDirectory());
   element.Cfmctl({"clear-statistics"});
-  auto frozen = std::make_unique<Frozen>(element.Manager());
+  auto frozen = std::make_unique<Frozen>(survivors, Target::kManagerd);
   reader.Send(ReadAll());
   PassTheLoop(element);
   element.Cfmctl({"clear-statistics"});
@@ -149,7 +151,7 @@ void ClearWhileAReadWaits(Survivors& survivors) {
 
 void RestartTheAgent(Survivors& survivors) {
   survivors.Get().KillAgent();
-  survivors.Start(Survivors::Target::kAgentd);
+  survivors.Start(Target::kAgentd);
   survivors.Await({"status", "--wait", "20", "--for", "daemon"});
 }
 
@@ -161,18 +163,18 @@ void CommitWithoutTheDaemon(Survivors& survivors) {
   element.StartAgent({"--runtime-dir", elsewhere}).AwaitReady();
   survivors.CommitOtherLevel({"--runtime-dir", elsewhere});
   element.Agent().Stop();
-  survivors.Start(Survivors::Target::kAgentd).AwaitReady();
+  survivors.Start(Target::kAgentd).AwaitReady();
   element.Daemon().AwaitExit();
 }
 
 // The agent waits for the daemon until it is given up.
 void CommitUntilTheDaemonIsGivenUp(Survivors& survivors) {
-  const Frozen frozen(survivors.Get().Daemon());
+  const Frozen frozen(survivors, Target::kApp);
   survivors.CommitOtherLevel();
 }
 
 void ReadUntilTheDaemonIsGivenUp(Survivors& survivors) {
-  const Frozen frozen(survivors.Get().Daemon());
+  const Frozen frozen(survivors, Target::kApp);
   survivors.Get().Cfmctl({"show", "status"});
 }
 
@@ -180,7 +182,7 @@ void ReadUntilTheDaemonIsGivenUp(Survivors& survivors) {
 void ReadUntilTheCountersAreGivenUp(Survivors& survivors) {
   Element& element = survivors.Get();
   element.Cfmctl({"clear-statistics"});
-  const Frozen frozen(element.Manager());
+  const Frozen frozen(survivors, Target::kManagerd);
   element.Cfmctl({"show", "statistics"});
 }
 
@@ -230,11 +232,11 @@ constexpr std::array kForManagerd{
 
 std::span<const Operation> OperationsFor(Survivors::Target target) {
   switch (target) {
-    case Survivors::Target::kAgentd:
+    case Target::kAgentd:
       return kForAgentd;
-    case Survivors::Target::kApp:
+    case Target::kApp:
       return kForApp;
-    case Survivors::Target::kManagerd:
+    case Target::kManagerd:
       break;
   }
   return kForManagerd;

@@ -4,6 +4,7 @@
 #define TESTS_FAILPOINTS_SURVIVORS_H
 
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ class Survivors {
 
   Element& Get() { return element_; }
   Process& Of(Target target);
+  // Held by whoever has a process stand still or wakes one: of two at once,
+  // one would wait for a stop that the other has ended.
+  std::mutex& Stops() { return stops_; }
 
   // Stop, Launch and AwaitReady.
   void Arm(Target target, const std::string& fail_point);
@@ -48,6 +52,8 @@ class Survivors {
   void Disarm(Target target);
   // Waits until it is ready and its peers have found it, or it has ended.
   void AwaitReady(Target target);
+  // Whether the armed process has come to that point and failed there.
+  bool HasFailed(const std::string& fail_point) const;
   // Lines of the armed process's log: the points that it has passed, in the
   // order of the first pass of each, and what has failed.
   std::vector<std::string> Passed() const;
@@ -73,10 +79,13 @@ class Survivors {
   void StartWhatHasEnded(Target target);
   bool AllAreThere(Target target);
   void ExpectRunningIsKnown();
+  bool AwaitStatus();
   void ExpectRecords();
+  void ExpectCounters();
   void ExpectNoFault();
 
   Element element_;
+  std::mutex stops_;
   std::vector<Configured> possible_;  // what may be running
   int next_level_ = 0;
   int arming_ = 0;

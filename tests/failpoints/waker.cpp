@@ -7,14 +7,27 @@
 
 namespace test {
 
-Waker::Waker(Process& process, std::function<void()> await_peers)
-    : thread_([this, &process, await = std::move(await_peers)] {
-        if (process.AwaitStop()) {
-          await();
-          kill(process.Pid(), SIGCONT);
-          wake_.set_value();
-        }
+Waker::Waker(Survivors& survivors, Survivors::Target target, std::string fail_point,
+             std::function<void()> await_peers)
+    : thread_([this, &survivors, target, fail_point = std::move(fail_point),
+               await_peers = std::move(await_peers)] {
+        Run(survivors, target, fail_point, await_peers);
       }) {}
+
+// An operation may have it stand still, too, and wakes it itself.
+void Waker::Run(Survivors& survivors, Survivors::Target target, const std::string& fail_point,
+                const std::function<void()>& await_peers) {
+  const Process& process = survivors.Of(target);
+  while (process.AwaitStop()) {
+    const std::lock_guard lock(survivors.Stops());
+    if (survivors.HasFailed(fail_point)) {
+      await_peers();
+      kill(process.Pid(), SIGCONT);
+      wake_.set_value();
+      return;
+    }
+  }
+}
 
 Waker::~Waker() {
   thread_.join();

@@ -1,5 +1,5 @@
-// Wakes a process that stands still (SIGSTOP by its own hand) as soon as a
-// condition holds.
+// Wakes a process that stands still at its fail point (SIGSTOP by its own hand)
+// as soon as a condition holds.
 #ifndef TESTS_FAILPOINTS_WAKER_H
 #define TESTS_FAILPOINTS_WAKER_H
 
@@ -7,15 +7,17 @@
 #include <future>
 #include <thread>
 
-#include "process.h"
+#include "survivors.h"
 
 namespace test {
 
 class Waker {
  public:
-  // `await_peers` returns when it is time to wake the process. It runs in a
-  // thread of the waker's.
-  Waker(Process& process, std::function<void()> await_peers);
+  // `await_peers` returns when it is time to wake the process, which was
+  // launched with `fail_point` and stands still there. It runs in a thread of
+  // the waker's.
+  Waker(Survivors& survivors, Survivors::Target target, std::string fail_point,
+        std::function<void()> await_peers);
   // Ends when the process has been woken, or has ended: one of the two has to
   // have come about.
   ~Waker();
@@ -28,6 +30,9 @@ class Waker {
   bool AwaitWoken() const;
 
  private:
+  void Run(Survivors& survivors, Survivors::Target target, const std::string& fail_point,
+           const std::function<void()>& await_peers);
+
   std::promise<void> wake_;
   std::shared_future<void> woken_ = wake_.get_future().share();
   std::thread thread_;
