@@ -41,7 +41,7 @@ CommitInBackground::~CommitInBackground() {
 }
 
 Frozen::Frozen(Survivors& survivors, Survivors::Target target)
-    : lock_(survivors.Stops()), process_(survivors.Of(target)) {
+    : lock_(survivors.StopsOf(target)), process_(survivors.Of(target)) {
   process_.Freeze();
 }
 

@@ -12,7 +12,7 @@ namespace test {
 struct Operation {
   const char* name;
   void (*run)(Survivors& survivors);
-  bool is_long = false;  // takes as long as the agent is patient
+  bool is_long = false;  // takes some seconds, by what processes wait for
 };
 
 // Together they pass all points of the process, the start of which comes before

@@ -3,6 +3,8 @@
 #ifndef TESTS_FAILPOINTS_SURVIVORS_H
 #define TESTS_FAILPOINTS_SURVIVORS_H
 
+#include <array>
+#include <cstddef>
 #include <filesystem>
 #include <mutex>
 #include <string>
@@ -30,9 +32,9 @@ class Survivors {
 
   Element& Get() { return element_; }
   Process& Of(Target target);
-  // Held by whoever has a process stand still or wakes one: of two at once,
-  // one would wait for a stop that the other has ended.
-  std::mutex& Stops() { return stops_; }
+  // Held by whoever has the process stand still or wakes it: of two at once, one
+  // would wait for a stop that the other has ended.
+  std::mutex& StopsOf(Target target) { return stops_[static_cast<std::size_t>(target)]; }
 
   // Stop, Launch and AwaitReady.
   void Arm(Target target, const std::string& fail_point);
@@ -85,7 +87,7 @@ class Survivors {
   void ExpectNoFault();
 
   Element element_;
-  std::mutex stops_;
+  std::array<std::mutex, 3> stops_;   // by target
   std::vector<Configured> possible_;  // what may be running
   int next_level_ = 0;
   int arming_ = 0;

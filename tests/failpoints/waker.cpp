@@ -19,7 +19,7 @@ void Waker::Run(Survivors& survivors, Survivors::Target target, const std::strin
                 const std::function<void()>& await_peers) {
   const Process& process = survivors.Of(target);
   while (process.AwaitStop()) {
-    const std::lock_guard lock(survivors.Stops());
+    const std::lock_guard lock(survivors.StopsOf(target));
     if (survivors.HasFailed(fail_point)) {
       await_peers();
       kill(process.Pid(), SIGCONT);
