@@ -32,6 +32,7 @@ AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name
       agent_watch_(loop_, ipc::AgentSocket(), velmw::kAgentPriority,
                    [this] { InLoop(&AgentLink::Connect); }) {
   interface_.OnLostSession([this] { lost_session_ = CallLater(loop_, 0, OnLostSession, this); });
+  interface_.WatchIdle([this](int fd) { return WatchSocket(loop_, fd, OnIdleSocket, this); });
   agent_watch_.Start();
 }
 
@@ -227,6 +228,11 @@ int AgentLink::OnDataSocket(sd_event_source*, int, std::uint32_t, void* self) no
 
 int AgentLink::OnSubscriptionSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
   static_cast<AgentLink*>(self)->InLoop(&AgentLink::TakeCommit);
+  return 0;
+}
+
+int AgentLink::OnIdleSocket(sd_event_source*, int, std::uint32_t, void* self) noexcept {
+  static_cast<AgentLink*>(self)->InLoop(&AgentLink::LoseForSession);
   return 0;
 }
 

@@ -69,6 +69,8 @@ class AgentLink {
                           void* self) noexcept;
   static int OnSubscriptionSocket(sd_event_source* source, int fd, std::uint32_t events,
                                   void* self) noexcept;
+  static int OnIdleSocket(sd_event_source* source, int fd, std::uint32_t events,
+                          void* self) noexcept;
   static int OnControlSocket(sd_event_source* source, int fd, std::uint32_t events,
                              void* self) noexcept;
   static int OnWorkerSocket(sd_event_source* source, int fd, std::uint32_t events,

@@ -36,12 +36,13 @@ int VelConfdInterface::BeginSession(cdb_db_type database) noexcept {
 
 CdbSocket VelConfdInterface::SocketWithSession(cdb_db_type database) {
   while (!idle_.empty()) {
-    CdbSocket socket = std::move(idle_.back());
+    CdbSocket socket = std::move(idle_.back().socket);
     idle_.pop_back();
     if (cdb_start_session(socket.Get(), database) == CONFD_OK) {
       return socket;
     }
-    // The agent closed this one while it lay idle; the next may be good.
+    // It went while it lay idle; the next may be good.
+    TellLoss();
   }
   CdbSocket socket(agent_, CDB_DATA_SOCKET);
   velconfd::Check(cdb_start_session(socket.Get(), database), "cdb_start_session");
@@ -58,7 +59,8 @@ void VelConfdInterface::EndSession(int socket) noexcept {
   const bool ended = cdb_end_session(socket) == CONFD_OK;
   try {
     if (ended && lease->reusable) {
-      idle_.push_back(std::move(lease->socket));
+      ipc::EventSource watch = watch_idle_(socket);
+      idle_.push_back({std::move(lease->socket), std::move(watch)});
     }
   } catch (const std::exception&) {
     // Not kept: the next session connects anew.

@@ -3,6 +3,8 @@
 #ifndef VELCONFD_VELCONFD_INTERFACE_H
 #define VELCONFD_VELCONFD_INTERFACE_H
 
+#include <event_source.h>
+
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -30,6 +32,10 @@ class VelConfdInterface {
   // lost while connected, or none came about: what was written in it, or would
   // have been, may be lost.
   void OnLostSession(std::function<void()> on_lost) { on_lost_session_ = std::move(on_lost); }
+  // Watches a socket that lies idle, for as long as the source lives. What was
+  // sent last in a session has no answer, so its loss shows there.
+  using IdleWatch = std::function<ipc::EventSource(int fd)>;
+  void WatchIdle(IdleWatch watch) { watch_idle_ = std::move(watch); }
 
   // Socket with a new session on `database`, or -1.
   int BeginSession(cdb_db_type database) noexcept;
@@ -42,13 +48,19 @@ class VelConfdInterface {
     bool reusable;
   };
 
+  struct Idle {
+    velconfd::CdbSocket socket;
+    ipc::EventSource watch;
+  };
+
   velconfd::CdbSocket SocketWithSession(cdb_db_type database);
   void TellLoss() noexcept;
 
   velconfd::AgentAddress agent_;
   bool connected_ = false;
   std::function<void()> on_lost_session_ = [] {};
-  std::vector<velconfd::CdbSocket> idle_;
+  IdleWatch watch_idle_ = [](int) { return ipc::EventSource(); };
+  std::vector<Idle> idle_;
   std::vector<Lease> leased_;
 };
 

@@ -99,6 +99,14 @@ void FakeAgent::HangUp(cdb_sock_type type) {
   }
 }
 
+void FakeAgent::HangUpOnNewest() {
+  const auto newest =
+      std::find_if(connections_.rbegin(), connections_.rend(),
+                   [](const auto& each) { return each.second.type == CDB_DATA_SOCKET; });
+  ASSERT_NE(newest, connections_.rend());
+  close(std::exchange(newest->second.peer, -1));
+}
+
 void FakeAgent::Babble() {
   for (const auto& [sock, connection] : connections_) {
     if (connection.type == CDB_DATA_SOCKET) {

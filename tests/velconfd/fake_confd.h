@@ -68,6 +68,8 @@ class FakeAgent {
   // Hangs up on the connections of one type.
   void HangUp(cdb_sock_type type);
   void HangUp(confd_sock_type type);
+  // Hangs up on the data connection that was made last.
+  void HangUpOnNewest();
 
   // Makes the program's socket of that type readable, and its confd_fd_ready
   // do this with what the program has registered and return the result.

@@ -97,6 +97,24 @@ TEST_F(SessionTest, AConnectionThatIsLostInASessionCountsAsTheLossOfTheAgent) {
   EXPECT_TRUE(Await("agent up"));
 }
 
+// What was sent last in the session needed no answer, and may not have come.
+TEST_F(SessionTest, AConnectionThatIsLostAfterItsSessionCountsAsTheLossOfTheAgent) {
+  Start();
+  { const VelConfdStatusSession session(status_.Connection()); }
+  agent_.HangUpOnNewest();
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_TRUE(Await("agent up"));
+}
+
+TEST_F(SessionTest, AnIdleConnectionThatTurnsOutToBeLostCountsAsTheLossOfTheAgent) {
+  Start();
+  { const VelConfdStatusSession session(status_.Connection()); }
+  agent_.Refuse("session");
+  EXPECT_GE(VelConfdStatusSession(status_.Connection()).Socket(), 0);
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_TRUE(Await("agent up"));
+}
+
 TEST_F(SessionTest, ASessionThatCannotBeginCountsAsTheLossOfTheAgent) {
   Start();
   agent_.Refuse("session");
