@@ -83,7 +83,7 @@ class Survivors {
   void ExpectRunningIsKnown();
   bool AwaitStatus();
   void ExpectRecords();
-  void ExpectCounters();
+  void ExpectCounters(Target target);
   void ExpectNoFault();
 
   Element element_;

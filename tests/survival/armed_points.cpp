@@ -13,7 +13,7 @@
 namespace survival {
 namespace {
 
-// Passes that an armed process survives, at most.
+// Passes of its point that an armed process survives, at most.
 constexpr int kMostSkipped = 12;
 
 #ifdef CFM_FAIL_POINTS
@@ -28,8 +28,10 @@ std::map<Part, std::map<std::string, int>> AllPoints() {
       if ((entry.programs & program) != 0) {
         const std::string name(entry.name);
         points[part][name + ":kill"] = 0;
-        if (entry.kind != failpoint::Kind::kStep) {
+        if (failpoint::CanFail(entry.kind)) {
           points[part][name + ":error"] = 0;
+        }
+        if (failpoint::CanBeShort(entry.kind)) {
           points[part][name + ":short"] = 0;
         }
       }
@@ -50,10 +52,10 @@ std::filesystem::path LogOf(Node& node, Part part) {
   return node.Element().Directory() / (std::string(NameOf(part)) + ".points");
 }
 
-bool WasPassed(const std::filesystem::path& log, const std::string& point) {
+bool HasLine(const std::filesystem::path& log, const std::string& wanted) {
   std::ifstream lines(log);
   for (std::string line; std::getline(lines, line);) {
-    if (line == point) {
+    if (line == wanted) {
       return true;
     }
   }
@@ -81,27 +83,23 @@ std::string ArmedPoints::Arm(Node& node, Part part) {
       rarest.push_back(name);
     }
   }
-  const std::string& armed = chance_.Pick(rarest);
-  const std::size_t colon = armed.find(':');
-  const bool kills = armed.substr(colon) == ":kill";
-  // Whether a transfer failed is seen by its first pass only.
-  const int skip = kills && chance_.OneIn(2) ? chance_.Below(kMostSkipped) : 0;
+  const std::string& chosen = chance_.Pick(rarest);
+  const std::size_t colon = chosen.find(':');
+  const int skip = chance_.OneIn(2) ? chance_.Below(kMostSkipped) : 0;
+  const std::string armed =
+      fmt::format("{}:{}{}", chosen.substr(0, colon), skip, chosen.substr(colon));
   std::filesystem::remove(LogOf(node, part));
   element.SetVariable("CFM_FAIL_POINT_LOG", LogOf(node, part).string());
-  element.SetVariable("CFM_FAIL_POINT",
-                      fmt::format("{}:{}{}", armed.substr(0, colon), skip, armed.substr(colon)));
+  element.SetVariable("CFM_FAIL_POINT", armed);
   return armed;
 }
 
-void ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed, bool killed) {
-  if (armed.empty()) {
-    return;
+bool ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed) {
+  if (armed.empty() || !HasLine(LogOf(node, part), armed)) {
+    return false;
   }
-  const std::size_t colon = armed.find(':');
-  const bool kills = armed.substr(colon) == ":kill";
-  if (kills ? killed : WasPassed(LogOf(node, part), armed.substr(0, colon))) {
-    ++hits_[part][armed];
-  }
+  ++hits_[part][armed.substr(0, armed.find(':')) + armed.substr(armed.rfind(':'))];
+  return true;
 }
 
 std::string ArmedPoints::Text() const {

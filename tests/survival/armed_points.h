@@ -24,12 +24,12 @@ class ArmedPoints {
   explicit ArmedPoints(std::uint32_t seed);
 
   // Chooses what the process that is started next begins with, and puts it
-  // into the element's environment. Returns the point's name and action; empty
-  // when there is none.
+  // into the element's environment. Returns it (NAME:SKIP:ACTION); empty when
+  // there is none.
   std::string Arm(Node& node, Part part);
-  // A process that had been started with `armed` has ended; `killed` by
-  // nobody else.
-  void TakeEnd(Node& node, Part part, const std::string& armed, bool killed);
+  // A process that had been started with `armed` has ended. True when it had
+  // come to the point and failed there.
+  bool TakeEnd(Node& node, Part part, const std::string& armed);
   // All points with the number of their hits; empty in a build without.
   std::string Text() const;
 

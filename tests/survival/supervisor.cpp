@@ -117,12 +117,12 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
   }
   const bool killed = status == 128 + SIGKILL;
   const bool asked = life.asked_to_end == SIGKILL;
-  armed_points_.TakeEnd(node, part, life.armed, killed && !asked);
-  if (killed && (asked || !life.armed.empty())) {
+  const bool has_failed = armed_points_.TakeEnd(node, part, life.armed);
+  if (killed && (asked || (has_failed && life.armed.ends_with(":kill")))) {
     return;
   }
   const bool was_ready = life.process->IsReady();
-  if (status == 1 && !was_ready && life.armed.starts_with("disk_write")) {
+  if (status == 1 && !was_ready && life.armed.starts_with("disk_")) {
     return report_.Count("agentd ended, as it may: it could not open its database");
   }
   // Before it is ready it may not have taken over the signal yet.
