@@ -127,6 +127,7 @@ void Provider::EnterWindow(std::size_t requests) {
 
 std::uint64_t Provider::Ask(Asker& asker, std::uint32_t thandle, cfm::agent::ReadBatch batch,
                             const std::vector<EntryPtr>& subjects) {
+  CFM_FAIL_POINT(agent_batch_asking);
   EnterWindow(subjects.size());
   asked_[thandle] += subjects.size();
   const std::uint64_t first = last_id_ + 1;
@@ -143,6 +144,7 @@ std::uint64_t Provider::Ask(Asker& asker, std::uint32_t thandle, cfm::agent::Rea
   cfm::agent::FromAgent message;
   *message.mutable_read_batch() = std::move(batch);
   worker_->Send(message);
+  CFM_FAIL_POINT(agent_batch_asked);
   Watch();
   return first;
 }
@@ -222,6 +224,7 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
     if (found->second.kind != Kind::kWorker || !found->second.may_return) {
       throw ipc::ProtocolError("a request that comes back though it had to be worked");
     }
+    CFM_FAIL_POINT(agent_question_returned);
     if (Asker* asker = Take(found).asker) {
       asker->OnUnasked(reply.id());
     }

@@ -1,5 +1,6 @@
 #include "provider_roles.h"
 
+#include "fail_point.h"
 #include "frame.h"
 
 namespace agentd {
@@ -40,8 +41,10 @@ ProviderWorker::~ProviderWorker() {
 void ProviderWorker::Handle(const Request& request) {
   switch (request.request_case()) {
     case Request::kProviderReplies:
+      CFM_FAIL_POINT(agent_batch_answer_received);
       for (const auto& reply : request.provider_replies().replies()) {
         services_.providers.OnReply(number_, reply);
+        CFM_FAIL_POINT(agent_batch_answer_taken);
       }
       return;
     case Request::kProviderReply:

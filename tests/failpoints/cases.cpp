@@ -84,12 +84,27 @@ std::vector<Case> LaterCasesOf(Survivors::Target target, const std::string& acti
 
 std::vector<Case> CasesOfImpatience() {
   std::vector<Case> cases;
-  for (const char* point :
-       {"confd_notified", "confd_iterating", "confd_iterated", "velconfd_gathered",
-        "velconfd_commit_started", "velconfd_commit_delivered", "velconfd_commit_applied",
-        "confd_syncing", "confd_request_received", "confd_transaction_opened",
-        "confd_callback_calling", "confd_callback_returned", "confd_replying", "confd_delaying",
-        "confd_action_calling", "confd_action_returned", "confd_transaction_open_answered"}) {
+  for (const char* point : {"confd_notified",
+                            "confd_iterating",
+                            "confd_iterated",
+                            "velconfd_gathered",
+                            "velconfd_commit_started",
+                            "velconfd_commit_delivered",
+                            "velconfd_commit_applied",
+                            "confd_syncing",
+                            "confd_request_received",
+                            "confd_transaction_opened",
+                            "confd_callback_calling",
+                            "confd_callback_returned",
+                            "confd_replying",
+                            "confd_delaying",
+                            "confd_action_calling",
+                            "confd_action_returned",
+                            "confd_transaction_open_answered",
+                            "confd_batch_received",
+                            "confd_question_worked",
+                            "confd_batch_worked",
+                            "confd_batch_answering"}) {
     cases.push_back({Survivors::Target::kApp, point, "stop"});
   }
   return cases;

@@ -1,5 +1,7 @@
 #include "confd_client/late_session.h"
 
+#include "fail_point.h"
+
 namespace confd {
 namespace {
 
@@ -15,8 +17,10 @@ void BeginAtAgent(Connection& connection) {
   }
   cfm::agent::Request request;
   request.mutable_start_session()->set_database(connection.session->database);
+  CFM_FAIL_POINT(confd_late_session_starting);
   connection.link.Send(request);
   connection.session->is_begun = true;
+  CFM_FAIL_POINT(confd_late_session_started);
 }
 
 void BeginAndAwait(Connection& connection) {

@@ -69,12 +69,14 @@ std::optional<ApiError> WorkAll(Daemon& daemon, const ReadBatch& batch) {
       continue;
     }
     if (!goes_on) {
+      CFM_FAIL_POINT(confd_question_returning);
       Send(*daemon.worker, Answer(request.id(), ProviderReply::UNASKED));
       continue;
     }
     try {
       goes_on = WorkRead(daemon, request, keypath.Fill(), limit) == Progress::kGoesOn &&
                 !limit.IsReached();
+      CFM_FAIL_POINT(confd_question_worked);
     } catch (const ApiError& error) {
       failure = error;
       goes_on = false;
@@ -87,11 +89,15 @@ std::optional<ApiError> WorkAll(Daemon& daemon, const ReadBatch& batch) {
 
 int WorkBatch(Daemon& daemon, const std::shared_ptr<const ReadBatch>& batch) {
   CheckIds(*daemon.worker, *batch);
+  CFM_FAIL_POINT(confd_batch_received);
   const Collection collection(*daemon.worker);
   const GivenConfiguration given(daemon.agent, batch);
   const auto failure = WorkAll(daemon, *batch);
+  CFM_FAIL_POINT(confd_batch_worked);
   GivenConfiguration::Leave();
+  CFM_FAIL_POINT(confd_batch_answering);
   SendCollected(*daemon.worker);
+  CFM_FAIL_POINT(confd_batch_answered);
   if (failure) {
     throw *failure;
   }

@@ -7,6 +7,7 @@
 #include "confd_client/provider_answer.h"
 #include "confd_client/provider_work.h"
 #include "confd_client/read_callback.h"
+#include "fail_point.h"
 
 namespace confd {
 namespace {
@@ -69,6 +70,7 @@ bool Walk::Step() {
       });
   if (answer) {
     Take(*answer);
+    CFM_FAIL_POINT(confd_walk_stepped);
   }
   switch (outcome) {
     case Outcome::kAnswered:

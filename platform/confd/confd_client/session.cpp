@@ -21,6 +21,7 @@ int StartSession(Connection& connection, cdb_db_type database, int flags) {
                    : nullptr;
   if (given != nullptr) {
     connection.session.emplace(Session{database, std::move(given), false, {}});
+    CFM_FAIL_POINT(confd_session_given);
     return CONFD_OK;
   }
   cfm::agent::Request request;
