@@ -12,6 +12,10 @@ namespace {
 // A notification has to fit a frame, with some room for what is around it.
 constexpr std::size_t kMostChangeBytes = ipc::kMaxFrameBytes - 65536;
 
+Problem Ending() {
+  return {.message = "commit: agentd is ending; nothing was changed: try again when it is back"};
+}
+
 }  // namespace
 
 CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
@@ -136,13 +140,33 @@ void CommitQueue::Finish(CommitResult result) {
   prepared_.reset();
   changes_.Clear();
   Enter(State::kIdle);
-  result.txid = datastore_.Running()->Txid();
   locks_.GrantWaiting();
+  Answer(request, std::move(result));
+}
+
+void CommitQueue::Answer(const CommitRequest& request, CommitResult result) {
+  result.txid = datastore_.Running()->Txid();
   try {
     request.done(result);
   } catch (const std::exception& error) {
     // Whoever asked cannot be answered; the commits that wait have no part in that.
     AGENT_LOG_ERROR("answer to the commit from %s: %s", request.origin.c_str(), error.what());
+  }
+}
+
+void CommitQueue::RefuseWaiting() {
+  while (queue_.size() > 1) {
+    const CommitRequest request = std::move(queue_.back());
+    queue_.pop_back();
+    Answer(request, {.problems = {Ending()}});
+  }
+}
+
+void CommitQueue::GiveUp() {
+  if (state_ == State::kWaitingForLocks) {
+    Finish({.problems = {Ending()}});
+  } else if (state_ == State::kAnnouncing) {
+    announcement_.GiveUp("agentd is ending");
   }
 }
 

@@ -39,6 +39,11 @@ class CommitQueue {
 
   void Add(CommitRequest request);
 
+  // The agent is about to end: commits whose turn has not come are refused.
+  void RefuseWaiting();
+  // It ends now: the commit in work is refused, or its end is told as it is.
+  void GiveUp();
+
   // Whether a commit changes the running state now: from the moment that it
   // is written until its subscribers are done.
   bool IsChanging() const { return state_ == State::kAnnouncing; }
@@ -58,6 +63,7 @@ class CommitQueue {
   void OnLocksFree();
   void OnImpatience();
   void Finish(CommitResult result);
+  void Answer(const CommitRequest& request, CommitResult result);
   void Enter(State state);
 
   Datastore& datastore_;

@@ -2,6 +2,7 @@
 
 #include "candidate.h"
 #include "edit.h"
+#include "ending.h"
 #include "frame.h"
 #include "invocation.h"
 #include "log.h"
@@ -56,6 +57,9 @@ void FrontEnd::Handle(const Request& request) {
   if (committing_ || task_ != nullptr) {
     throw ipc::ProtocolError("a request before the reply to the one before it");
   }
+  if (services_.ending.HasBegun()) {
+    return SendProblems(peer_, {{.message = kIsEnding}});
+  }
   if (!peer_.MayChange() && !Looks(request)) {
     return SendProblems(peer_, {{.message = OnlyLooks(peer_, "change anything")}});
   }
@@ -82,6 +86,15 @@ void FrontEnd::Handle(const Request& request) {
       return WatchOperational(request.watch_operational());
     default:
       throw ipc::ProtocolError("a request that a front end does not have");
+  }
+}
+
+// Of a read or an operation; the queue answers commits.
+void FrontEnd::GiveUp() {
+  if (task_ != nullptr) {
+    Reply reply;
+    AddProblems({{.message = kIsEnding}}, reply);
+    FinishTask(std::move(reply));
   }
 }
 

@@ -221,6 +221,23 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
   Pump();
 }
 
+void Provider::MissDelayed(const std::string& why) {
+  const auto is_delayed = [](const auto& each) { return each.second.kind == Kind::kDelayed; };
+  // Each call may end others.
+  for (auto found = requests_.begin();
+       (found = std::find_if(requests_.begin(), requests_.end(), is_delayed)) != requests_.end();) {
+    const std::uint64_t id = found->first;
+    Take(found).asker->OnMiss(id, Miss::kTimeout, why);
+  }
+  Pump();
+}
+
+bool Provider::IsAsked() const {
+  return !waiting_.empty() || std::any_of(requests_.begin(), requests_.end(), [](const auto& each) {
+    return each.second.kind != Kind::kDelayed;
+  });
+}
+
 bool Provider::MayTurn(const Waiting& waiting) const {
   const auto held = walks_.find(waiting.walk);
   return held == walks_.end() || held->second == waiting.asker;

@@ -109,6 +109,11 @@ class Provider {
     configuration_readers_.insert(callpoint);
   }
 
+  // Replies that are delayed are not waited for any longer.
+  void MissDelayed(const std::string& why);
+  // It has a question that it has not answered, or somebody waits for a turn.
+  bool IsAsked() const;
+
   void OnReply(const cfm::agent::ProviderReply& reply);
   // Gives turns as far as the window allows.
   void Pump();

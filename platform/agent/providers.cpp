@@ -179,18 +179,24 @@ void Providers::OnReply(std::uint64_t number, const cfm::agent::ProviderReply& r
 
 Provider* Providers::Find(const Points& points, const std::string& name) const {
   const auto found = points.find(name);
-  const bool can_answer =
-      found != points.end() && found->second->IsAlive() && found->second->HasWorker();
+  const bool can_answer = ceased_.empty() && found != points.end() && found->second->IsAlive() &&
+                          found->second->HasWorker();
   return can_answer ? found->second : nullptr;
 }
 
 std::string Providers::AbsenceOfCallpoint(const std::string& name) const {
+  if (!ceased_.empty()) {
+    return ceased_;
+  }
   const auto found = callpoints_.find(name);
   return Absence(name, found != callpoints_.end() ? found->second : nullptr, lost_, Callpoints,
                  "no data provider has registered for them");
 }
 
 std::string Providers::AbsenceOfActionpoint(const std::string& name) const {
+  if (!ceased_.empty()) {
+    return ceased_;
+  }
   const auto found = actionpoints_.find(name);
   return Absence(name, found != actionpoints_.end() ? found->second : nullptr, lost_, Actionpoints,
                  "no data provider has registered the action point '" + name + "'");
@@ -215,6 +221,23 @@ void Providers::Forget(const Asker& asker) {
   for (const auto& [number, provider] : providers_) {
     provider->Forget(asker);
   }
+}
+
+void Providers::Cease(const std::string& why) {
+  ceased_ = why;
+  for (const auto& [number, provider] : providers_) {
+    provider->MissDelayed(why);
+  }
+}
+
+std::string Providers::Unfinished() const {
+  std::string names;
+  for (const auto& [number, provider] : providers_) {
+    if (provider->IsAsked()) {
+      names += (names.empty() ? "" : ", ") + provider->Describe();
+    }
+  }
+  return names;
 }
 
 void Providers::Resume() {

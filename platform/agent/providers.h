@@ -43,6 +43,10 @@ class Providers {
   std::vector<std::uint64_t> EntriesGone(const std::vector<EntryPtr>& entries);
   // The asker wants nothing any more from any of them.
   void Forget(const Asker& asker);
+  // From now on nobody is asked; questions in flight are answered.
+  void Cease(const std::string& why);
+  // Providers that are asked something, for people; nothing when there are none.
+  std::string Unfinished() const;
   // No commit is in work any more.
   void Resume();
 
@@ -68,6 +72,7 @@ class Providers {
   std::map<std::uint64_t, std::unique_ptr<Provider>> providers_;
   Points callpoints_;
   Points actionpoints_;
+  std::string ceased_;                          // why nobody is asked any more
   std::map<std::uint64_t, std::string> dying_;  // why; swept soon
   Lost lost_;
   std::function<void()> on_change_;
