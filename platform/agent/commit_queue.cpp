@@ -16,6 +16,17 @@ Problem Ending() {
   return {.message = "commit: agentd is ending; nothing was changed: try again when it is back"};
 }
 
+bool IsAbandoned(const CommitRequest& request) {
+  return request.owner == nullptr;
+}
+
+// Nobody is there to read this: it is for the log.
+Problem Abandoned(const CommitRequest& request) {
+  AGENT_LOG_INFO("commit from %s is dropped: who asked is gone; nothing was changed",
+                 request.origin.c_str());
+  return {.message = "commit: who asked is gone; nothing was changed"};
+}
+
 }  // namespace
 
 CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
@@ -25,7 +36,7 @@ CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
       announcement_(announcement),
       patience_(patience),
       timer_(loop, [this] { OnImpatience(); }),
-      soon_(loop, [this] { OnLocksFree(); }) {
+      soon_(loop, [this] { OnSoon(); }) {
   locks_.OnFree([this] {
     if (state_ == State::kWaitingForLocks) {
       soon_.Set(std::chrono::microseconds(0));
@@ -52,6 +63,9 @@ void CommitQueue::Advance() {
 
 // Whatever fails here must cost this commit only, not those that wait.
 Problems CommitQueue::Prepare() {
+  if (IsAbandoned(queue_.front())) {
+    return {Abandoned(queue_.front())};
+  }
   try {
     Result<Draft> draft = queue_.front().make();
     if (!draft) {
@@ -119,12 +133,24 @@ void CommitQueue::OnAnnounced(std::vector<std::string> warnings) {
   Advance();
 }
 
-void CommitQueue::OnLocksFree() {
-  if (state_ == State::kWaitingForLocks && locks_.IsFree()) {
+void CommitQueue::OnSoon() {
+  if (state_ != State::kWaitingForLocks) {
+    return;
+  }
+  if (IsAbandoned(queue_.front())) {
+    Finish({.problems = {Abandoned(queue_.front())}});
+  } else if (locks_.IsFree()) {
     timer_.Cancel();
     Carry();
-    Advance();
   }
+  Advance();
+}
+
+void CommitQueue::Abandon(const void* owner) {
+  for (CommitRequest& request : queue_) {
+    request.owner = request.owner == owner ? nullptr : request.owner;
+  }
+  soon_.Set(std::chrono::microseconds(0));
 }
 
 void CommitQueue::OnImpatience() {
@@ -137,6 +163,7 @@ void CommitQueue::OnImpatience() {
 void CommitQueue::Finish(CommitResult result) {
   const CommitRequest request = std::move(queue_.front());
   queue_.pop_front();
+  timer_.Cancel();
   prepared_.reset();
   changes_.Clear();
   Enter(State::kIdle);

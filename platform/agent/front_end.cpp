@@ -51,6 +51,9 @@ Reply ReplyOf(const OperationalWatch::Changes& changes) {
 FrontEnd::~FrontEnd() {
   services_.status.Unwatch(this);
   services_.watch.Unwatch(this);
+  if (committing_) {
+    services_.commits.Abandon(this);
+  }
 }
 
 void FrontEnd::Handle(const Request& request) {
@@ -268,7 +271,8 @@ void FrontEnd::Commit(std::function<Result<Draft>()> make,
                       std::function<void(const CommitResult&)> at_end) {
   committing_ = true;
   services_.commits.Add(
-      {.origin = peer_.Describe(),
+      {.owner = this,
+       .origin = peer_.Describe(),
        .make = std::move(make),
        .done = [self = weak_from_this(), at_end = std::move(at_end)](const CommitResult& result) {
          if (at_end) {
