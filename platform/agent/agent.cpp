@@ -36,11 +36,7 @@ cfm::agent::Status Agent::ReadStatus() const {
   status.set_commit_in_progress(commits_.IsBusy());
   status.set_candidate_open(candidate_.IsOpen());
   status.set_database(WellFormed(store_.File().native()));
-  for (const Listener* listener : subscriptions_.All()) {
-    for (const std::int32_t priority : PrioritiesOf(*listener)) {
-      listener->Describe(priority, *status.add_subscribers());
-    }
-  }
+  subscriptions_.Describe(status);
   providers_.Describe(status);
   server_.AddTo(status);
   return status;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "calendar.h"
 #include "frame.h"
 #include "log.h"
 
@@ -25,6 +26,22 @@ Provider::~Provider() {
 
 std::string Provider::Describe() const {
   return "data provider " + name_ + " (process " + std::to_string(pid_) + ")";
+}
+
+void Provider::Registered() {
+  since_ = CalendarNow();
+}
+
+std::uint32_t Provider::SilentSeconds() const {
+  const auto oldest = std::find_if(requests_.begin(), requests_.end(), [](const auto& each) {
+    return each.second.kind != Kind::kDelayed;
+  });
+  if (oldest == requests_.end()) {
+    return 0;
+  }
+  const std::uint64_t asked =
+      oldest->second.deadline - static_cast<std::uint64_t>(rules_.timeout.count());
+  return static_cast<std::uint32_t>((Now() - asked) / 1'000'000);
 }
 
 void Provider::Disconnected(const Peer& peer) {

@@ -30,6 +30,9 @@ class Providers {
   // Null when nobody answers; `Absence` says why.
   Provider* ForCallpoint(const std::string& name) { return Find(callpoints_, name); }
   Provider* ForActionpoint(const std::string& name) { return Find(actionpoints_, name); }
+  bool AnswersCallpoint(const std::string& name) const {
+    return Find(callpoints_, name) != nullptr;
+  }
   // The same text for all callpoints of which the cause is the same.
   std::string AbsenceOfCallpoint(const std::string& name) const;
   std::string AbsenceOfActionpoint(const std::string& name) const;
@@ -59,6 +62,7 @@ class Providers {
   using Lost = std::vector<cfm::agent::ProviderStatus>;
 
   Provider* Find(const Points& points, const std::string& name) const;
+  std::string UnregisteredCallpoints() const;
   void Sweep();
   void Remember(const Provider& provider);
   cfm::agent::ProviderStatus StatusOf(const Provider& provider) const;

@@ -52,8 +52,9 @@ TEST_F(Status, ADaemonIsThereWhenItIsSubscribedAndProvides) {
   agent.SetStatus(status);
   const auto lost = Run({"status", "--for", "daemon"});
   EXPECT_EQ(lost.status, 3);
-  EXPECT_THAT(lost.out, HasSubstr("         cfm-app is lost, which provided level statistics "
-                                  "clear_cfm_statistics\n"));
+  EXPECT_THAT(lost.out,
+              HasSubstr("         cfm-app (process 123) is gone, which provided level statistics "
+                        "clear_cfm_statistics\n"));
 
   test::AddProvider(status);
   agent.SetStatus(status);
