@@ -202,7 +202,12 @@ TEST_F(SlowEndingTest, AReadThatTakesTooLongIsAnsweredWithWhatThereIs) {
   const pb::ProviderRequest slow = provider.Next();
   agent_.AskToEnd();
   EXPECT_EQ(OnlyWarning(parked.Receive()), "agentd is ending: left out mep-ccms-sent of 1 entry");
-  provider.Send(PlainReply(slow));
+  std::vector<pb::ProviderReply> replies{PlainReply(slow)};
+  for (const std::uint64_t id : provider.Left()) {
+    replies.emplace_back().set_id(id);
+    replies.back().set_result(pb::ProviderReply::UNASKED);
+  }
+  provider.SendTogether(replies);
   const pb::Reply reply = front.Receive();
   EXPECT_THAT(OnlyWarning(reply),
               AllOf(HasSubstr("agentd is ending: left out ccm-interval"), Not(HasSubstr("level"))));
