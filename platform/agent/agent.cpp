@@ -19,9 +19,10 @@ Agent::Agent(sd_event* loop, const Options& options)
       providers_(loop, provider_model_,
                  {locks_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
       status_([this] { return ReadStatus(); }),
+      ending_(loop, options.end_timeout, StepsOfEnding()),
       server_(loop, {options.runtime_dir / "agentd.sock", options.view_group, options.port},
               {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
-               status_, provider_model_, operational_, writers_, watch_, providers_}) {
+               status_, provider_model_, operational_, writers_, watch_, providers_, ending_}) {
   providers_.OnChange([this] { status_.Changed(); });
   commits_.OnProgress([this] {
     status_.Changed();
@@ -35,14 +36,27 @@ cfm::agent::Status Agent::ReadStatus() const {
   status.set_commit_in_progress(commits_.IsBusy());
   status.set_candidate_open(candidate_.IsOpen());
   status.set_database(WellFormed(store_.File().native()));
-  for (const Listener* listener : subscriptions_.All()) {
-    for (const std::int32_t priority : PrioritiesOf(*listener)) {
-      listener->Describe(priority, *status.add_subscribers());
-    }
-  }
+  subscriptions_.Describe(status);
   providers_.Describe(status);
   server_.AddTo(status);
   return status;
+}
+
+std::string Agent::Unfinished() const {
+  const std::string connections = server_.Unfinished();
+  const std::string providers = providers_.Unfinished();
+  return connections + (connections.empty() || providers.empty() ? "" : ", ") + providers;
+}
+
+Ending::Steps Agent::StepsOfEnding() {
+  return {.refuse_waiting = [this] { commits_.RefuseWaiting(); },
+          .cut_short = [this] { providers_.Cease("agentd is ending"); },
+          .give_up =
+              [this] {
+                commits_.GiveUp();
+                server_.GiveUp();
+              },
+          .unfinished = [this] { return Unfinished(); }};
 }
 
 }  // namespace agentd

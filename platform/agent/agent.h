@@ -10,6 +10,7 @@
 #include "commit_queue.h"
 #include "datastore.h"
 #include "directory_locks.h"
+#include "ending.h"
 #include "lock_table.h"
 #include "model.h"
 #include "operational_store.h"
@@ -31,10 +32,16 @@ class Agent {
   // listens. Throws std::exception with one line of text.
   Agent(sd_event* loop, const Options& options);
 
+  // The loop ends with status 0 as soon as what is in work is finished, or
+  // options.end_timeout has passed; at once when it is asked to again.
+  void End() { ending_.Begin(); }
+
   std::uint64_t Txid() const { return datastore_.Running()->Txid(); }
 
  private:
   cfm::agent::Status ReadStatus() const;
+  std::string Unfinished() const;
+  Ending::Steps StepsOfEnding();
 
   Model model_;
   DirectoryLocks locks_of_directories_;
@@ -51,6 +58,7 @@ class Agent {
   OperationalWatch watch_;
   Providers providers_;
   StatusBoard status_;
+  Ending ending_;
   Server server_;
 };
 

@@ -45,12 +45,21 @@ void Announcement::NextPriority() {
   std::exchange(done_, nullptr)(std::exchange(warnings_, {}));
 }
 
-bool Announcement::NotifyOne(Listener& listener, std::int32_t priority) {
-  cfm::agent::Notification notification;
+std::vector<std::int32_t> Announcement::Touched(const Listener& listener,
+                                                std::int32_t priority) const {
+  std::vector<std::int32_t> points;
   for (const SubscribedPoint& point : listener.Points()) {
     if (point.priority == priority && Touches(model_, changes_, point.path)) {
-      notification.add_points(point.id);
+      points.push_back(point.id);
     }
+  }
+  return points;
+}
+
+bool Announcement::NotifyOne(Listener& listener, std::int32_t priority) {
+  cfm::agent::Notification notification;
+  for (const std::int32_t point : Touched(listener, priority)) {
+    notification.add_points(point);
   }
   if (notification.points_size() == 0) {
     return false;
@@ -78,6 +87,21 @@ void Announcement::Lost(const Listener* listener) {
                         " was lost before it had dealt with the change; the change is committed");
     soon_.Set(std::chrono::microseconds(0));
   }
+}
+
+void Announcement::GiveUp(const std::string& why) {
+  for (const Listener* listener : subscriptions_.All()) {
+    const bool is_told_later =
+        std::any_of(priorities_.begin(), priorities_.end(),
+                    [&](std::int32_t priority) { return !Touched(*listener, priority).empty(); });
+    if (is_told_later || std::find(pending_.begin(), pending_.end(), listener) != pending_.end()) {
+      warnings_.push_back("subscriber " + listener->Describe() +
+                          " has not dealt with the change: " + why + "; the change is committed");
+    }
+  }
+  pending_.clear();
+  priorities_.clear();
+  GoOn();
 }
 
 void Announcement::GoOn() {

@@ -30,9 +30,13 @@ class Announcement {
   bool Synced(const Listener* listener);
   // The listener is no more.
   void Lost(const Listener* listener);
+  // Ends what was begun: one warning for each listener that has not dealt with
+  // the change, whether it was told of it or not.
+  void GiveUp(const std::string& why);
 
  private:
   void NextPriority();
+  std::vector<std::int32_t> Touched(const Listener& listener, std::int32_t priority) const;
   bool NotifyOne(Listener& listener, std::int32_t priority);
   void OnTimeout();
   void GoOn();

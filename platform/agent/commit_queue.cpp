@@ -13,6 +13,21 @@ namespace {
 // A notification has to fit a frame, with some room for what is around it.
 constexpr std::size_t kMostChangeBytes = ipc::kMaxFrameBytes - 65536;
 
+Problem Ending() {
+  return {.message = "commit: agentd is ending; nothing was changed: try again when it is back"};
+}
+
+bool IsAbandoned(const CommitRequest& request) {
+  return request.owner == nullptr;
+}
+
+// Nobody is there to read this: it is for the log.
+Problem Abandoned(const CommitRequest& request) {
+  AGENT_LOG_INFO("commit from %s is dropped: who asked is gone; nothing was changed",
+                 request.origin.c_str());
+  return {.message = "commit: who asked is gone; nothing was changed"};
+}
+
 }  // namespace
 
 CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
@@ -22,7 +37,7 @@ CommitQueue::CommitQueue(sd_event* loop, Datastore& datastore, LockTable& locks,
       announcement_(announcement),
       patience_(patience),
       timer_(loop, [this] { OnImpatience(); }),
-      soon_(loop, [this] { OnLocksFree(); }) {
+      soon_(loop, [this] { OnSoon(); }) {
   locks_.OnFree([this] {
     if (state_ == State::kWaitingForLocks) {
       soon_.Set(std::chrono::microseconds(0));
@@ -49,6 +64,9 @@ void CommitQueue::Advance() {
 
 // Whatever fails here must cost this commit only, not those that wait.
 Problems CommitQueue::Prepare() {
+  if (IsAbandoned(queue_.front())) {
+    return {Abandoned(queue_.front())};
+  }
   try {
     Result<Draft> draft = queue_.front().make();
     if (!draft) {
@@ -122,12 +140,24 @@ void CommitQueue::OnAnnounced(std::vector<std::string> warnings) {
   Advance();
 }
 
-void CommitQueue::OnLocksFree() {
-  if (state_ == State::kWaitingForLocks && locks_.IsFree()) {
+void CommitQueue::OnSoon() {
+  if (state_ != State::kWaitingForLocks) {
+    return;
+  }
+  if (IsAbandoned(queue_.front())) {
+    Finish({.problems = {Abandoned(queue_.front())}});
+  } else if (locks_.IsFree()) {
     timer_.Cancel();
     Carry();
-    Advance();
   }
+  Advance();
+}
+
+void CommitQueue::Abandon(const void* owner) {
+  for (CommitRequest& request : queue_) {
+    request.owner = request.owner == owner ? nullptr : request.owner;
+  }
+  soon_.Set(std::chrono::microseconds(0));
 }
 
 void CommitQueue::OnImpatience() {
@@ -140,17 +170,38 @@ void CommitQueue::OnImpatience() {
 void CommitQueue::Finish(CommitResult result) {
   const CommitRequest request = std::move(queue_.front());
   queue_.pop_front();
+  timer_.Cancel();
   prepared_.reset();
   changes_.Clear();
   Enter(State::kIdle);
-  result.txid = datastore_.Running()->Txid();
   CFM_FAIL_POINT(agent_locks_granting);
   locks_.GrantWaiting();
+  Answer(request, std::move(result));
+}
+
+void CommitQueue::Answer(const CommitRequest& request, CommitResult result) {
+  result.txid = datastore_.Running()->Txid();
   try {
     request.done(result);
   } catch (const std::exception& error) {
     // Whoever asked cannot be answered; the commits that wait have no part in that.
     AGENT_LOG_ERROR("answer to the commit from %s: %s", request.origin.c_str(), error.what());
+  }
+}
+
+void CommitQueue::RefuseWaiting() {
+  while (queue_.size() > 1) {
+    const CommitRequest request = std::move(queue_.back());
+    queue_.pop_back();
+    Answer(request, {.problems = {Ending()}});
+  }
+}
+
+void CommitQueue::GiveUp() {
+  if (state_ == State::kWaitingForLocks) {
+    Finish({.problems = {Ending()}});
+  } else if (state_ == State::kAnnouncing) {
+    announcement_.GiveUp("agentd is ending");
   }
 }
 

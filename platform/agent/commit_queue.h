@@ -26,6 +26,7 @@ struct CommitResult {
 };
 
 struct CommitRequest {
+  const void* owner = nullptr;          // stands for who asks
   std::string origin;                   // who asks, for the log
   std::function<Result<Draft>()> make;  // what to commit; called at its turn
   std::function<void(const CommitResult&)> done;
@@ -38,6 +39,14 @@ class CommitQueue {
               std::chrono::microseconds patience);
 
   void Add(CommitRequest request);
+
+  // Who asked is gone: what of its commits is not on disk comes to nothing, and
+  // is told to `done` later.
+  void Abandon(const void* owner);
+  // The agent is about to end: commits whose turn has not come are refused.
+  void RefuseWaiting();
+  // It ends now: the commit in work is refused, or its end is told as it is.
+  void GiveUp();
 
   // Whether a commit changes the running state now: from the moment that it
   // is written until its subscribers are done.
@@ -55,9 +64,10 @@ class CommitQueue {
   Problems Prepare();
   void Carry();
   void OnAnnounced(std::vector<std::string> warnings);
-  void OnLocksFree();
+  void OnSoon();
   void OnImpatience();
   void Finish(CommitResult result);
+  void Answer(const CommitRequest& request, CommitResult result);
   void Enter(State state);
 
   Datastore& datastore_;
@@ -65,7 +75,9 @@ class CommitQueue {
   Announcement& announcement_;
   std::chrono::microseconds patience_;
   Timer timer_;
-  Timer soon_;  // goes on when the locks are gone, out of the destructor that let them go
+  // Goes on when the locks or the front end are gone, out of the destructor that
+  // tells of it.
+  Timer soon_;
   std::function<void()> on_progress_;
 
   State state_ = State::kIdle;

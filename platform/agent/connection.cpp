@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 
+#include "ending.h"
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
@@ -67,6 +68,16 @@ void Connection::AddTo(cfm::agent::Status& status) const {
   connection.set_round_trips(round_trips_);
 }
 
+bool Connection::IsAtWork() const {
+  return (role_ != nullptr && role_->IsAtWork()) || QueuedBytes() > 0;
+}
+
+void Connection::GiveUp() {
+  if (role_ != nullptr) {
+    role_->GiveUp();
+  }
+}
+
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();
@@ -97,6 +108,9 @@ std::string Connection::Objection(const cfm::agent::Hello& hello) const {
   }
   if (origin_ == Origin::kLoopback && !IsConfdRole(hello.role())) {
     return "front ends connect to the local socket of agentd only";
+  }
+  if (services_.ending.HasBegun() && !IsConfdRole(hello.role())) {
+    return kIsEnding;
   }
   if (!MayChange() && !IsForLooking(hello.role())) {
     return OnlyLooks(*this, "use the ConfD API");

@@ -42,6 +42,9 @@ class Connection : public Peer {
   // Adds a program on the ConfD API; a front end asks for that and is none.
   void AddTo(cfm::agent::Status& status) const;
 
+  bool IsAtWork() const;
+  void GiveUp();
+
  private:
   void OnFrame(std::string_view payload);
   void OnHello(const cfm::agent::Hello& hello);

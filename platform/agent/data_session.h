@@ -17,6 +17,8 @@ class DataSession : public Role {
   ~DataSession() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  // Programs hold sessions open only while they read or write.
+  bool IsAtWork() const override { return state_ != State::kClosed; }
 
  private:
   enum class State { kClosed, kWaiting, kOpen, kRefused };

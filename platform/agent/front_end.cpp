@@ -2,6 +2,7 @@
 
 #include "candidate.h"
 #include "edit.h"
+#include "ending.h"
 #include "fail_point.h"
 #include "frame.h"
 #include "invocation.h"
@@ -51,11 +52,17 @@ Reply ReplyOf(const OperationalWatch::Changes& changes) {
 FrontEnd::~FrontEnd() {
   services_.status.Unwatch(this);
   services_.watch.Unwatch(this);
+  if (committing_) {
+    services_.commits.Abandon(this);
+  }
 }
 
 void FrontEnd::Handle(const Request& request) {
   if (committing_ || task_ != nullptr) {
     throw ipc::ProtocolError("a request before the reply to the one before it");
+  }
+  if (services_.ending.HasBegun()) {
+    return SendProblems(peer_, {{.message = kIsEnding}});
   }
   if (!peer_.MayChange() && !Looks(request)) {
     return SendProblems(peer_, {{.message = OnlyLooks(peer_, "change anything")}});
@@ -84,6 +91,15 @@ void FrontEnd::Handle(const Request& request) {
       return WatchOperational(request.watch_operational());
     default:
       throw ipc::ProtocolError("a request that a front end does not have");
+  }
+}
+
+// Of a read or an operation; the queue answers commits.
+void FrontEnd::GiveUp() {
+  if (task_ != nullptr) {
+    Reply reply;
+    AddProblems({{.message = kIsEnding}}, reply);
+    FinishTask(std::move(reply));
   }
 }
 
@@ -268,7 +284,8 @@ void FrontEnd::Commit(std::function<Result<Draft>()> make,
   CFM_FAIL_POINT(agent_commit_received);
   committing_ = true;
   services_.commits.Add(
-      {.origin = peer_.Describe(),
+      {.owner = this,
+       .origin = peer_.Describe(),
        .make = std::move(make),
        .done = [self = weak_from_this(), at_end = std::move(at_end)](const CommitResult& result) {
          if (at_end) {

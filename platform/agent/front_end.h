@@ -14,6 +14,8 @@ class FrontEnd : public Role {
   ~FrontEnd() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  bool IsAtWork() const override { return committing_ || task_ != nullptr; }
+  void GiveUp() override;
 
  private:
   void Get(const cfm::agent::Get& request);

@@ -29,9 +29,9 @@ Loop MakeLoop() {
   return Loop(loop);
 }
 
-// SIGTERM and SIGINT end the loop. A file that may not grow is an error that
-// the store reports, so its signal is of no use.
-void TakeSignals(sd_event* loop) {
+// Until the loop runs they wait. A file that may not grow is an error that the
+// store reports, so its signal is of no use.
+void HoldSignals() {
   std::signal(SIGXFSZ, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
   sigset_t set;
@@ -39,20 +39,30 @@ void TakeSignals(sd_event* loop) {
   sigaddset(&set, SIGTERM);
   sigaddset(&set, SIGINT);
   sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+int OnSignal(sd_event_source* source, const signalfd_siginfo*, void* agent) noexcept {
+  return ipc::DispatchGuarded(source, "signal", [agent] {
+    sd_notify(0, "STOPPING=1");
+    static_cast<agentd::Agent*>(agent)->End();
+  });
+}
+
+void EndOnSignals(sd_event* loop, agentd::Agent& agent) {
   for (const int number : {SIGTERM, SIGINT}) {
-    ipc::CheckEvent(sd_event_add_signal(loop, nullptr, number, nullptr, nullptr), "take a signal");
+    ipc::CheckEvent(sd_event_add_signal(loop, nullptr, number, OnSignal, &agent), "take a signal");
   }
 }
 
 int Run(const agentd::Options& options) {
   const Loop loop = MakeLoop();
-  TakeSignals(loop.get());
-  const agentd::Agent agent(loop.get(), options);
+  HoldSignals();
+  agentd::Agent agent(loop.get(), options);
+  EndOnSignals(loop.get(), agent);
   ipc::CheckEvent(sd_event_set_watchdog(loop.get(), 1), "set the watchdog");
   AGENT_LOG_INFO("ready at commit %llu", static_cast<unsigned long long>(agent.Txid()));
   sd_notify(0, "READY=1");
   const int status = sd_event_loop(loop.get());
-  sd_notify(0, "STOPPING=1");
   AGENT_LOG_INFO("ended at commit %llu", static_cast<unsigned long long>(agent.Txid()));
   return status;
 }

@@ -7,6 +7,7 @@
 #include "fail_point.h"
 #include "keypath.h"
 #include "render.h"
+#include "unprovided.h"
 
 namespace agentd {
 namespace {
@@ -418,7 +419,12 @@ void OperationalRead::Fill(cfm::agent::Reply& reply) const {
   if (gone > 0) {
     reply.add_warnings(CountOf(gone) + " went away during the read");
   }
-  for (const std::string& warning : answers_->Omitted().Warnings()) {
+  auto warnings = answers_->Omitted().Warnings();
+  if (warnings.empty()) {
+    warnings = WarningsOfUnprovided(services_.providers, services_.provider_model,
+                                    services_.operational, path_, scope_);
+  }
+  for (const std::string& warning : warnings) {
     reply.add_warnings(warning);
   }
   if (is_mixed_) {

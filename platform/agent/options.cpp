@@ -38,6 +38,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   options.yang_dir = DefaultYangDirectory();
   double timeout = std::chrono::duration<double>(options.subscriber_timeout).count();
   double provider_timeout = std::chrono::duration<double>(options.provider_timeout).count();
+  double end_timeout = std::chrono::duration<double>(options.end_timeout).count();
   std::uint16_t port = 0;
 
   CLI::App app("Management agent: keeps the configuration and tells programs of its changes.",
@@ -58,6 +59,11 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   app.add_option("--provider-timeout", provider_timeout,
                  "Seconds that a data provider may take over a read or an action")
       ->check(CLI::Range(0.001, 3600.0))
+      ->capture_default_str();
+  app.add_option(
+         "--end-timeout", end_timeout,
+         "Seconds in which what is in work is finished when agentd is asked to end; 0: none")
+      ->check(CLI::Range(0.0, 60.0))
       ->capture_default_str();
   app.add_option("--view-group", options.view_group,
                  "Group whose members may look at everything and change nothing; when there is "
@@ -80,6 +86,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   }
   options.subscriber_timeout = Microseconds(timeout);
   options.provider_timeout = Microseconds(provider_timeout);
+  options.end_timeout = Microseconds(end_timeout);
   if (port_option->count() > 0) {
     options.port = port;
   }

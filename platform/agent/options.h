@@ -19,6 +19,8 @@ struct Options {
   std::chrono::microseconds subscriber_timeout{std::chrono::seconds(10)};
   // How long a data provider may take over a request.
   std::chrono::microseconds provider_timeout{std::chrono::seconds(10)};
+  // How long the agent finishes what is in work when it is asked to end.
+  std::chrono::microseconds end_timeout{std::chrono::seconds(1)};
   std::optional<std::uint16_t> port;
   std::string view_group = "cfm-view";  // whose members may look
 };

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "calendar.h"
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
@@ -26,6 +27,22 @@ Provider::~Provider() {
 
 std::string Provider::Describe() const {
   return "data provider " + name_ + " (process " + std::to_string(pid_) + ")";
+}
+
+void Provider::Registered() {
+  since_ = CalendarNow();
+}
+
+std::uint32_t Provider::SilentSeconds() const {
+  const auto oldest = std::find_if(requests_.begin(), requests_.end(), [](const auto& each) {
+    return each.second.kind != Kind::kDelayed;
+  });
+  if (oldest == requests_.end()) {
+    return 0;
+  }
+  const std::uint64_t asked =
+      oldest->second.deadline - static_cast<std::uint64_t>(rules_.timeout.count());
+  return static_cast<std::uint32_t>((Now() - asked) / 1'000'000);
 }
 
 void Provider::Disconnected(const Peer& peer) {
@@ -232,6 +249,23 @@ void Provider::OnReply(const cfm::agent::ProviderReply& reply) {
     asker->OnAnswer(reply.id(), reply);
   }
   Pump();
+}
+
+void Provider::MissDelayed(const std::string& why) {
+  const auto is_delayed = [](const auto& each) { return each.second.kind == Kind::kDelayed; };
+  // Each call may end others.
+  for (auto found = requests_.begin();
+       (found = std::find_if(requests_.begin(), requests_.end(), is_delayed)) != requests_.end();) {
+    const std::uint64_t id = found->first;
+    Take(found).asker->OnMiss(id, Miss::kTimeout, why);
+  }
+  Pump();
+}
+
+bool Provider::IsAsked() const {
+  return !waiting_.empty() || std::any_of(requests_.begin(), requests_.end(), [](const auto& each) {
+    return each.second.kind != Kind::kDelayed;
+  });
 }
 
 bool Provider::MayTurn(const Waiting& waiting) const {

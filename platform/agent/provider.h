@@ -67,6 +67,11 @@ class Provider {
   std::uint64_t Number() const { return number_; }
   const std::string& Name() const { return name_; }
   pid_t Pid() const { return pid_; }
+  // Calendar time of its registration; 0 before.
+  std::int64_t Since() const { return since_; }
+  void Registered();
+  // How long its oldest question has been waiting for an answer.
+  std::uint32_t SilentSeconds() const;
   std::string Describe() const;  // "data provider cfm-app (process 42)"
 
   bool HasWorker() const { return worker_ != nullptr; }
@@ -109,6 +114,11 @@ class Provider {
     configuration_readers_.insert(callpoint);
   }
 
+  // Replies that are delayed are not waited for any longer.
+  void MissDelayed(const std::string& why);
+  // It has a question that it has not answered, or somebody waits for a turn.
+  bool IsAsked() const;
+
   void OnReply(const cfm::agent::ProviderReply& reply);
   // Gives turns as far as the window allows.
   void Pump();
@@ -150,6 +160,7 @@ class Provider {
   Peer* worker_ = nullptr;
   std::string name_;
   pid_t pid_;
+  std::int64_t since_ = 0;
   std::uint64_t& last_id_;
   std::function<void()> on_hang_;
   bool alive_ = true;

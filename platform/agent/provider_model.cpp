@@ -77,6 +77,14 @@ void ProviderModel::LearnOperations(const lysc_module& module) {
   }
 }
 
+std::vector<const lysc_node*> ProviderModel::Lists() const {
+  std::vector<const lysc_node*> lists;
+  for (const auto& [list, leaves] : leaves_) {
+    lists.push_back(list);
+  }
+  return lists;
+}
+
 const std::vector<ComputedLeaf>& ProviderModel::LeavesOf(const lysc_node& list) const {
   static const std::vector<ComputedLeaf> kNone;
   const auto found = leaves_.find(&list);

@@ -34,8 +34,11 @@ class ProviderModel {
   explicit ProviderModel(const Model& model);
 
   bool HasCallpoint(const std::string& name) const { return callpoints_.contains(name); }
+  const std::set<std::string>& Callpoints() const { return callpoints_; }
   bool HasActionpoint(const std::string& name) const { return actionpoints_.contains(name); }
 
+  // Lists whose entries have computed leaves.
+  std::vector<const lysc_node*> Lists() const;
   // The computed leaves of a list's entries, in the order of the model.
   const std::vector<ComputedLeaf>& LeavesOf(const lysc_node& list) const;
   // Whether a callpoint answers for the node.

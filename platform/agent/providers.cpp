@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "calendar.h"
 #include "fail_point.h"
 #include "log.h"
 
@@ -18,20 +19,31 @@ bool Contains(const Names& names, const std::string& name) {
 }
 
 std::string DescribeLost(const ProviderStatus& lost) {
-  return "data provider " + lost.name() + " (process " + std::to_string(lost.pid()) + ") is gone";
+  return "data provider " + lost.name() + " (process " + std::to_string(lost.pid()) +
+         ") is gone since " + CalendarText(lost.since());
+}
+
+std::string Joined(const auto& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += (text.empty() ? "" : ", ") + name;
+  }
+  return text;
 }
 
 // Why none of the lost and living providers answers for a point. `living` is
 // the one that has it, if any; `never` is for a point that nobody ever had.
 std::string Absence(const std::string& name, const Provider* living,
                     const std::vector<ProviderStatus>& lost,
-                    const Names& (*points)(const ProviderStatus&), const std::string& never) {
+                    const Names& (*points)(const ProviderStatus&), const std::string& kind,
+                    const std::string& never) {
   if (living != nullptr) {
     return living->Describe() + (living->IsAlive() ? " has no worker connection" : " is gone");
   }
   for (const ProviderStatus& each : lost) {
     if (Contains(points(each), name)) {
-      return DescribeLost(each);
+      return DescribeLost(each) + " and nobody answers for its " + kind + " " +
+             Joined(points(each));
     }
   }
   return never;
@@ -133,6 +145,7 @@ Problems Providers::Register(std::uint64_t number, const cfm::agent::RegisterPro
   std::erase_if(lost_, [](const ProviderStatus& lost) {
     return lost.callpoints().empty() && lost.actionpoints().empty();
   });
+  provider->Registered();
   AGENT_LOG_INFO("%s answers for %d callpoints and %d action points", provider->Describe().c_str(),
                  request.callpoints_size(), request.actionpoints_size());
   CFM_FAIL_POINT(agent_provider_registered);
@@ -174,6 +187,8 @@ void Providers::Remember(const Provider& provider) {
   std::erase_if(actionpoints_, is_its);
   if (!status.callpoints().empty() || !status.actionpoints().empty()) {
     status.set_lost(true);
+    status.set_since(CalendarNow());
+    status.clear_silent_seconds();
     lost_.push_back(std::move(status));
   }
 }
@@ -186,20 +201,41 @@ void Providers::OnReply(std::uint64_t number, const cfm::agent::ProviderReply& r
 
 Provider* Providers::Find(const Points& points, const std::string& name) const {
   const auto found = points.find(name);
-  const bool can_answer =
-      found != points.end() && found->second->IsAlive() && found->second->HasWorker();
+  const bool can_answer = ceased_.empty() && found != points.end() && found->second->IsAlive() &&
+                          found->second->HasWorker();
   return can_answer ? found->second : nullptr;
 }
 
+std::string Providers::UnregisteredCallpoints() const {
+  std::vector<std::string> names;
+  for (const std::string& name : model_.Callpoints()) {
+    const bool is_known = callpoints_.contains(name) ||
+                          std::any_of(lost_.begin(), lost_.end(), [&](const ProviderStatus& each) {
+                            return Contains(each.callpoints(), name);
+                          });
+    if (!is_known) {
+      names.push_back(name);
+    }
+  }
+  return "no data provider has registered for the callpoints " + Joined(names);
+}
+
 std::string Providers::AbsenceOfCallpoint(const std::string& name) const {
+  if (!ceased_.empty()) {
+    return ceased_;
+  }
   const auto found = callpoints_.find(name);
   return Absence(name, found != callpoints_.end() ? found->second : nullptr, lost_, Callpoints,
-                 "no data provider has registered for them");
+                 "callpoints", UnregisteredCallpoints());
 }
 
 std::string Providers::AbsenceOfActionpoint(const std::string& name) const {
+  if (!ceased_.empty()) {
+    return ceased_;
+  }
   const auto found = actionpoints_.find(name);
   return Absence(name, found != actionpoints_.end() ? found->second : nullptr, lost_, Actionpoints,
+                 "action points",
                  "no data provider has registered the action point '" + name + "'");
 }
 
@@ -224,6 +260,23 @@ void Providers::Forget(const Asker& asker) {
   }
 }
 
+void Providers::Cease(const std::string& why) {
+  ceased_ = why;
+  for (const auto& [number, provider] : providers_) {
+    provider->MissDelayed(why);
+  }
+}
+
+std::string Providers::Unfinished() const {
+  std::string names;
+  for (const auto& [number, provider] : providers_) {
+    if (provider->IsAsked()) {
+      names += (names.empty() ? "" : ", ") + provider->Describe();
+    }
+  }
+  return names;
+}
+
 void Providers::Resume() {
   for (const auto& [number, provider] : providers_) {
     provider->Pump();
@@ -235,6 +288,8 @@ cfm::agent::ProviderStatus Providers::StatusOf(const Provider& provider) const {
   status.set_name(provider.Name());
   status.set_pid(provider.Pid());
   status.set_lost(!provider.IsAlive());
+  status.set_since(provider.Since());
+  status.set_silent_seconds(provider.SilentSeconds());
   for (const auto& [name, owner] : callpoints_) {
     if (owner == &provider) {
       status.add_callpoints(name);

@@ -30,6 +30,9 @@ class Providers {
   // Null when nobody answers; `Absence` says why.
   Provider* ForCallpoint(const std::string& name) { return Find(callpoints_, name); }
   Provider* ForActionpoint(const std::string& name) { return Find(actionpoints_, name); }
+  bool AnswersCallpoint(const std::string& name) const {
+    return Find(callpoints_, name) != nullptr;
+  }
   // The same text for all callpoints of which the cause is the same.
   std::string AbsenceOfCallpoint(const std::string& name) const;
   std::string AbsenceOfActionpoint(const std::string& name) const;
@@ -43,6 +46,10 @@ class Providers {
   std::vector<std::uint64_t> EntriesGone(const std::vector<EntryPtr>& entries);
   // The asker wants nothing any more from any of them.
   void Forget(const Asker& asker);
+  // From now on nobody is asked; questions in flight are answered.
+  void Cease(const std::string& why);
+  // Providers that are asked something, for people; nothing when there are none.
+  std::string Unfinished() const;
   // No commit is in work any more.
   void Resume();
 
@@ -55,6 +62,7 @@ class Providers {
   using Lost = std::vector<cfm::agent::ProviderStatus>;
 
   Provider* Find(const Points& points, const std::string& name) const;
+  std::string UnregisteredCallpoints() const;
   void Sweep();
   void Remember(const Provider& provider);
   cfm::agent::ProviderStatus StatusOf(const Provider& provider) const;
@@ -68,6 +76,7 @@ class Providers {
   std::map<std::uint64_t, std::unique_ptr<Provider>> providers_;
   Points callpoints_;
   Points actionpoints_;
+  std::string ceased_;                          // why nobody is asked any more
   std::map<std::uint64_t, std::string> dying_;  // why; swept soon
   Lost lost_;
   std::function<void()> on_change_;

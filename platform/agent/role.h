@@ -16,6 +16,7 @@ class Announcement;
 class Candidate;
 class CommitQueue;
 class Datastore;
+class Ending;
 class LockTable;
 class Model;
 class OperationalStore;
@@ -41,6 +42,7 @@ struct Services {
   WriterHold& writers;
   OperationalWatch& watch;
   Providers& providers;
+  const Ending& ending;
 };
 
 // The other end of a connection.
@@ -70,6 +72,11 @@ class Role : public std::enable_shared_from_this<Role> {
   virtual void Handle(const cfm::agent::Request& request) = 0;
   // What the role adds to the reply to Hello.
   virtual void Welcome(cfm::agent::HelloReply&) const {}
+  // Whether something is begun and not finished that the agent's end would cut
+  // off.
+  virtual bool IsAtWork() const { return false; }
+  // The agent ends now: tells the peer what becomes of what it waits for.
+  virtual void GiveUp() {}
 };
 
 // What a peer is told that asks for what it may not.

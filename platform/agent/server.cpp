@@ -41,6 +41,22 @@ void Server::AddTo(cfm::agent::Status& status) const {
   }
 }
 
+std::string Server::Unfinished() const {
+  std::string names;
+  for (const auto& [key, connection] : connections_) {
+    if (connection->IsAtWork()) {
+      names += (names.empty() ? "" : ", ") + connection->Describe();
+    }
+  }
+  return names;
+}
+
+void Server::GiveUp() {
+  for (const auto& [key, connection] : connections_) {
+    connection->GiveUp();
+  }
+}
+
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
   const ipc::Access access = ipc::AccessOf(peer, owner_);
   if (access != ipc::Access::kNone) {

@@ -27,6 +27,11 @@ class Server {
 
   // Adds the programs that are connected.
   void AddTo(cfm::agent::Status& status) const;
+  // Connections with something in work or replies that have not left, for
+  // people; nothing when there are none.
+  std::string Unfinished() const;
+  // The agent ends now: whoever waits for a reply is told.
+  void GiveUp();
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "announcement.h"
+#include "calendar.h"
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
@@ -83,6 +84,7 @@ void Subscriber::Done() {
     throw ipc::ProtocolError("SubscribeDone twice");
   }
   done_ = true;
+  since_ = CalendarNow();
   services_.subscriptions.Add(this);
   AGENT_LOG_INFO("subscriber %s listens at %zu points", Describe().c_str(), points_.size());
   CFM_FAIL_POINT(agent_subscriber_ready);
@@ -94,12 +96,14 @@ void Subscriber::Notify(const cfm::agent::Notification& notification) {
   cfm::agent::FromAgent message;
   *message.mutable_notification() = notification;
   peer_.Send(message);
+  notified_ = std::chrono::steady_clock::now();
 }
 
 void Subscriber::Sync(const cfm::agent::SubscriptionSync& request) {
   if (request.type() != CDB_DONE_PRIORITY) {
     throw ipc::ProtocolError("SubscriptionSync of an unknown type");
   }
+  notified_.reset();
   if (!services_.announcement.Synced(this)) {
     throw ipc::ProtocolError("SubscriptionSync without a notification");
   }
@@ -109,6 +113,12 @@ void Subscriber::Describe(std::int32_t priority, cfm::agent::SubscriberStatus& s
   status.set_name(peer_.Name());
   status.set_pid(peer_.Pid());
   status.set_priority(priority);
+  status.set_since(since_);
+  if (notified_) {
+    const auto silence = std::chrono::steady_clock::now() - *notified_;
+    status.set_silent_seconds(static_cast<std::uint32_t>(
+        std::chrono::duration_cast<std::chrono::seconds>(silence).count()));
+  }
   for (const SubscribedPoint& point : points_) {
     if (point.priority == priority) {
       status.add_points(TextOf(point.path));

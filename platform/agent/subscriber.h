@@ -2,6 +2,9 @@
 #ifndef AGENT_SUBSCRIBER_H
 #define AGENT_SUBSCRIBER_H
 
+#include <chrono>
+#include <optional>
+
 #include "role.h"
 #include "subscriptions.h"
 
@@ -15,6 +18,7 @@ class Subscriber final : public Role, public Listener {
   void Handle(const cfm::agent::Request& request) override;
 
   const std::vector<SubscribedPoint>& Points() const override { return points_; }
+  const std::string& Name() const override { return peer_.Name(); }
   std::string Describe() const override { return peer_.Describe(); }
   void Describe(std::int32_t priority, cfm::agent::SubscriberStatus& status) const override;
   void Notify(const cfm::agent::Notification& notification) override;
@@ -30,6 +34,9 @@ class Subscriber final : public Role, public Listener {
   Peer& peer_;
   std::vector<SubscribedPoint> points_;
   bool done_ = false;  // from then on commits are announced
+  std::int64_t since_ = 0;
+  // Of the notification that it has not answered.
+  std::optional<std::chrono::steady_clock::time_point> notified_;
 };
 
 }  // namespace agentd

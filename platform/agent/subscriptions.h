@@ -24,6 +24,7 @@ class Listener {
  public:
   virtual ~Listener() = default;
   virtual const std::vector<SubscribedPoint>& Points() const = 0;
+  virtual const std::string& Name() const = 0;
   virtual std::string Describe() const = 0;  // "cfm-app (process 42)"
   // What operators see of its points of one priority.
   virtual void Describe(std::int32_t priority, cfm::agent::SubscriberStatus& status) const = 0;
@@ -34,16 +35,20 @@ class Listener {
 
 class Subscriptions {
  public:
-  void Add(Listener* listener) { listeners_.push_back(listener); }
-  void Remove(const Listener* listener) { std::erase(listeners_, listener); }
+  void Add(Listener* listener);
+  void Remove(const Listener* listener);
   // In the order of their coming.
   const std::vector<Listener*>& All() const { return listeners_; }
+
+  // Adds those that are there and those that are gone.
+  void Describe(cfm::agent::Status& status) const;
 
   // Numbers of points are unique in the agent's life.
   std::int32_t NextPoint() { return next_point_++; }
 
  private:
   std::vector<Listener*> listeners_;
+  std::vector<cfm::agent::SubscriberStatus> lost_;  // the last one last
   std::int32_t next_point_ = 1;
 };
 

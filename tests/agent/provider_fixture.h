@@ -18,7 +18,10 @@ inline constexpr const char* kRemote1 = "/status/oam/cfm/remote[id='1']";
 // 0) and remote MEP 100 (remote 1) are written.
 class ProviderTest : public ::testing::Test {
  protected:
-  explicit ProviderTest(std::vector<std::string> options = {}) : agent_(std::move(options)) {}
+  // What a test leaves unfinished is cut off at the end, unless it is told that
+  // there is time.
+  explicit ProviderTest(std::vector<std::string> options = {"--end-timeout", "0"})
+      : agent_(std::move(options)) {}
   void SetUp() override {
     ASSERT_EQ(Front().Edit({Document(EastDocument())}).txid(), 1U);
     writer_.Put("local", 0, LocalMep("east", "blue", 5));

@@ -55,6 +55,11 @@ std::optional<int> RunningAgent::Stop() {
   return process_->Stop();
 }
 
+void RunningAgent::AskToEnd() {
+  process_->Signal(SIGTERM);
+  EXPECT_TRUE(process_->AwaitLog("asked to end"));
+}
+
 void RunningAgent::Kill() {
   process_->Signal(SIGKILL);
   process_->AwaitExit();

@@ -25,6 +25,9 @@ class RunningAgent {
   void Start();
   // Exit status.
   std::optional<int> Stop();
+  // Asks it to end, and returns when it has heard of that.
+  void AskToEnd();
+  std::optional<int> AwaitExit() { return process_->AwaitExit(); }
   void Kill();
   // Another process on the same directories; its exit status and its one line.
   ::test::CommandResult RunAnother() const;

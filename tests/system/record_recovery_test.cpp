@@ -6,6 +6,7 @@
 
 #include "continuity.h"
 #include "element.h"
+#include "front_end.h"
 
 namespace {
 
@@ -70,6 +71,22 @@ TEST_F(RecordRecovery, AMepThatTheManagerLosesWhileTheAgentIsAwayIsNotThereAgain
   test::ExpectRecordsSoon(element_);
   EXPECT_EQ(LocalOnly(Records(element_)), before);
   EXPECT_EQ(Records(element_).size(), 5U);
+  ExpectReads();
+}
+
+TEST_F(RecordRecovery, RecordsOfADaemonThatIsGoneAreMarkedUntilItIsBack) {
+  element_.KillDaemon();
+  const test::CommandResult gone = element_.Cfmctl({"status", "--for", "daemon"});
+  EXPECT_EQ(gone.status, 3);
+  EXPECT_THAT(gone.output, HasSubstr("is gone since 2"));
+  const auto written = test::ReadOf("/status/oam/cfm/local[id='0']/md");
+  const cfm::agent::Reply marked = test::FrontEnd(element_.RuntimeDirectory()).Call(written);
+  ASSERT_EQ(marked.warnings_size(), 1);
+  EXPECT_THAT(marked.warnings(0), testing::AllOf(HasSubstr("data provider cfm-app"),
+                                                 HasSubstr("nobody answers for its callpoints"),
+                                                 HasSubstr("shown as it was left: 1 entry")));
+  ASSERT_TRUE(element_.StartDaemon().AwaitReady());
+  test::ExpectRecordsSoon(element_);
   ExpectReads();
 }
 

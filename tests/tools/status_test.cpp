@@ -52,8 +52,9 @@ TEST_F(Status, ADaemonIsThereWhenItIsSubscribedAndProvides) {
   agent.SetStatus(status);
   const auto lost = Run({"status", "--for", "daemon"});
   EXPECT_EQ(lost.status, 3);
-  EXPECT_THAT(lost.out, HasSubstr("         cfm-app is lost, which provided level statistics "
-                                  "clear_cfm_statistics\n"));
+  EXPECT_THAT(lost.out,
+              HasSubstr("         cfm-app (process 123) is gone, which provided level statistics "
+                        "clear_cfm_statistics\n"));
 
   test::AddProvider(status);
   agent.SetStatus(status);
@@ -69,6 +70,26 @@ TEST_F(Status, ADaemonIsThereWhenItIsSubscribedAndProvides) {
   const auto silent = Run({"status", "--for", "daemon"});
   EXPECT_EQ(silent.status, 3);
   EXPECT_THAT(silent.out, HasSubstr("not there: nobody provides status and statistics\n"));
+}
+
+TEST_F(Status, WhoIsThereOrGoneIsShownWithTheTime) {
+  test::FakeAgent agent(Directory());
+  cfm::agent::Status status = test::StatusOf(12);
+  status.mutable_subscribers(0)->set_since(1'000'000'000);
+  status.mutable_subscribers(0)->set_silent_seconds(7);
+  status.mutable_providers(0)->set_lost(true);
+  status.mutable_providers(0)->set_since(1'000'000'001);
+  *status.add_lost_subscribers() = status.subscribers(0);
+  agent.SetStatus(status);
+  const auto outcome = Run({"status", "--for", "daemon"});
+  EXPECT_THAT(
+      outcome.out,
+      HasSubstr("daemon   cfm-app (process 123) subscribed with priority 0 to "
+                "/config/oam/cfm/md/ since 2001-09-09T01:46:40Z; it has not answered for 7 s\n"
+                "         cfm-app (process 123) is gone since 2001-09-09T01:46:40Z, which "
+                "subscribed with priority 0 to /config/oam/cfm/md/\n"
+                "         cfm-app (process 123) is gone since 2001-09-09T01:46:41Z, which "
+                "provided level statistics clear_cfm_statistics\n"));
 }
 
 TEST_F(Status, AManagerIsReadyWhenWhatIsCommittedHasReachedIt) {

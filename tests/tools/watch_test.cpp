@@ -179,13 +179,15 @@ TEST_F(Watch, WhatADaemonThatWentAwayLeftIsNotBelieved) {
   auto watch = Start({"--until", "defects=-", "--count", "2"});
   agent::Status lost = test::StatusOf(1);
   lost.mutable_providers(0)->set_lost(true);
+  lost.mutable_providers(0)->set_since(1'000'000'000);
   agent_.SetStatus(lost);
   Local("-");
   Local("S");
   const auto outcome = watch.get();
   EXPECT_EQ(outcome.status, 0);
   EXPECT_THAT(outcome.out, HasSubstr("defects - -> S")) << "it went on";
-  EXPECT_THAT(outcome.err, HasSubstr("warning: the daemon is not there"));
+  EXPECT_THAT(outcome.err, HasSubstr("warning: the daemon is not there, cfm-app (process 123) is "
+                                     "gone since 2001-09-09T01:46:40Z: the status stands still"));
 }
 
 TEST_F(Watch, WaitsForTheDaemonWhenTheConditionHoldsAlready) {

@@ -11,6 +11,7 @@
 #include "client/element_watch.h"
 #include "client/open_stream.h"
 #include "command.h"
+#include "core/calendar.h"
 #include "core/counts.h"
 #include "core/escape.h"
 #include "core/failure.h"
@@ -38,18 +39,28 @@ Lines AgentLines(const ElementWatch& element) {
                       status.candidate_open() ? "; a candidate is open" : "", status.database())};
 }
 
+std::string Since(std::int64_t seconds) {
+  return seconds > 0 ? " since " + CalendarText(seconds) : "";
+}
+
+std::string Silence(std::uint32_t seconds) {
+  return seconds > 0 ? fmt::format("; it has not answered for {} s", seconds) : "";
+}
+
 std::string ToText(const agent::SubscriberStatus& subscriber) {
-  return fmt::format("{} (process {}) subscribed with priority {} to {}", subscriber.name(),
-                     subscriber.pid(), subscriber.priority(), fmt::join(subscriber.points(), " "));
+  return fmt::format("{} (process {}) subscribed with priority {} to {}{}{}", subscriber.name(),
+                     subscriber.pid(), subscriber.priority(), fmt::join(subscriber.points(), " "),
+                     Since(subscriber.since()), Silence(subscriber.silent_seconds()));
 }
 
 std::string ToText(const agent::ProviderStatus& provider) {
   Lines points(provider.callpoints().begin(), provider.callpoints().end());
   points.insert(points.end(), provider.actionpoints().begin(), provider.actionpoints().end());
   return provider.lost()
-             ? fmt::format("{} is lost, which provided {}", provider.name(), fmt::join(points, " "))
-             : fmt::format("{} (process {}) provides {}", provider.name(), provider.pid(),
-                           fmt::join(points, " "));
+             ? fmt::format("{}, which provided {}", LossText(provider), fmt::join(points, " "))
+             : fmt::format("{} (process {}) provides {}{}{}", provider.name(), provider.pid(),
+                           fmt::join(points, " "), Since(provider.since()),
+                           Silence(provider.silent_seconds()));
 }
 
 Lines DaemonLines(const ElementWatch& element) {
@@ -62,6 +73,10 @@ Lines DaemonLines(const ElementWatch& element) {
   }
   if (lines.empty()) {
     lines.push_back("not there: nobody subscribed to the configuration");
+  }
+  for (const agent::SubscriberStatus& lost : element.Agent()->lost_subscribers()) {
+    lines.push_back(fmt::format("{}, which subscribed with priority {} to {}", LossText(lost),
+                                lost.priority(), fmt::join(lost.points(), " ")));
   }
   for (const agent::ProviderStatus& provider : element.Agent()->providers()) {
     lines.push_back(ToText(provider));

@@ -71,7 +71,7 @@ class Observation {
     }
   }
 
-  void Begin(const StatusBoard& board, bool daemon_is_there) {
+  void Begin(const StatusBoard& board, bool daemon_is_there, const std::string& loss) {
     fmt::print(environment_.err, "watching {}, {} with a status\n",
                Printable(ToText(options_.selection)), board.Count(options_.selection));
     environment_.err.flush();
@@ -80,12 +80,12 @@ class Observation {
     }
     daemon_is_there_ = daemon_is_there;
     if (!daemon_is_there) {
-      WarnOfAbsence();
+      WarnOfAbsence(loss);
     }
   }
 
   // What the status says is frozen while the daemon is away.
-  void SetDaemon(bool is_there) {
+  void SetDaemon(bool is_there, const std::string& loss) {
     if (is_there == daemon_is_there_) {
       return;
     }
@@ -93,7 +93,7 @@ class Observation {
     if (is_there) {
       fmt::print(environment_.err, "cfmctl: the daemon is there again\n");
     } else {
-      WarnOfAbsence();
+      WarnOfAbsence(loss);
     }
   }
 
@@ -136,8 +136,10 @@ class Observation {
  private:
   bool EnoughLines() const { return options_.count && printed_ >= *options_.count; }
 
-  void WarnOfAbsence() const {
-    PrintWarnings(environment_, {"the daemon is not there: the status stands still until it is"});
+  void WarnOfAbsence(const std::string& loss) const {
+    PrintWarnings(environment_, {fmt::format("the daemon is not there{}: the status stands still "
+                                             "until it is",
+                                             loss.empty() ? "" : ", " + loss)});
     environment_.err.flush();
   }
 
@@ -192,12 +194,12 @@ void Watch(const Environment& environment, const Options& options) {
   const bool daemon_is_there = daemon.IsThere();
   StatusWatch watch(environment.ConnectAgent(), Deadline::After(environment.Timeout()));
   PrintWarnings(environment, watch.TakeWarnings());
-  observation.Begin(watch.Board(), daemon_is_there);
+  observation.Begin(watch.Board(), daemon_is_there, daemon.Loss());
   while (true) {
     const bool was_there = daemon.IsThere();
     const bool all_taken = TakeNews(environment, watch, observation, deadline);
     const bool is_there = daemon.IsThere();
-    observation.SetDaemon(was_there && is_there);
+    observation.SetDaemon(was_there && is_there, daemon.Loss());
     if (observation.IsOver()) {
       return;
     }
