@@ -10,6 +10,7 @@
 #include "commit_queue.h"
 #include "datastore.h"
 #include "directory_locks.h"
+#include "heartbeat.h"
 #include "lock_table.h"
 #include "model.h"
 #include "operational_store.h"
@@ -43,6 +44,7 @@ class Agent {
   Candidate candidate_;
   LockTable locks_;
   Subscriptions subscriptions_;
+  Heartbeat heartbeat_;
   Announcement announcement_;
   CommitQueue commits_;
   ProviderModel provider_model_;

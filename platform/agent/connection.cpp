@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "frame.h"
+#include "heartbeat.h"
 #include "log.h"
 #include "model.h"
 #include "utf8.h"
@@ -66,6 +67,10 @@ void Connection::AddTo(cfm::agent::Status& status) const {
   connection.set_round_trips(round_trips_);
 }
 
+bool Connection::KeepsWaiting(pid_t pid) const {
+  return who_.pid == pid && role_ != nullptr && role_->HoldsAnswerBack();
+}
+
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();
@@ -85,6 +90,9 @@ void Connection::OnFrame(std::string_view payload) {
   google::protobuf::Arena arena(block.data(), block.size());
   auto& request = *google::protobuf::Arena::CreateMessage<cfm::agent::Request>(&arena);
   ipc::ParsePayload(payload, request);
+  if (IsConfdRole(kind_)) {
+    services_.heartbeat.Heard(who_.pid);
+  }
   role_->Handle(request);
 }
 

@@ -17,6 +17,7 @@ class DataSession : public Role {
   ~DataSession() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  bool HoldsAnswerBack() const override { return state_ == State::kWaiting; }
 
  private:
   enum class State { kClosed, kWaiting, kOpen, kRefused };

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "vigil.h"
+
 namespace agentd {
 
 struct Options {
@@ -19,6 +21,7 @@ struct Options {
   std::chrono::microseconds subscriber_timeout{std::chrono::seconds(10)};
   // How long a data provider may take over a request.
   std::chrono::microseconds provider_timeout{std::chrono::seconds(10)};
+  HeartbeatRules heartbeat;
   std::optional<std::uint16_t> port;
   std::string view_group = "cfm-view";  // whose members may look
 };

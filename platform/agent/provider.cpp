@@ -8,7 +8,7 @@
 namespace agentd {
 
 Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
-                   std::uint64_t& last_id, std::function<void()> on_hang)
+                   std::uint64_t& last_id, Heartbeat::GiveUp on_hang)
     : loop_(loop),
       rules_(rules),
       number_(number),
@@ -21,6 +21,7 @@ Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t num
 
 Provider::~Provider() {
   rules_.locks.Release(this);
+  rules_.heartbeat.Release(this);
 }
 
 std::string Provider::Describe() const {
@@ -37,6 +38,7 @@ void Provider::Lose(const std::string& reason) {
   alive_ = false;
   timer_.Cancel();
   rules_.locks.Release(this);
+  rules_.heartbeat.Release(this);
   // Each call may forget others, so nothing is kept across it.
   while (!requests_.empty()) {
     const std::uint64_t id = requests_.begin()->first;
@@ -85,6 +87,7 @@ std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Re
   record.deadline = Now() + static_cast<std::uint64_t>(rules_.timeout.count());
   requests_.emplace(id, std::move(record));
   Watch();
+  WatchLife();
   return id;
 }
 
@@ -166,6 +169,7 @@ void Provider::LeaveWindow(const Request& request) {
 Provider::Request Provider::Take(Requests::iterator found) {
   Request request = std::move(found->second);
   requests_.erase(found);
+  WatchLife();
   LeaveWindow(request);
   return request;
 }
@@ -182,6 +186,7 @@ void Provider::Forget(const Asker& asker) {
       request.asker = nullptr;
     }
   }
+  WatchLife();
   Pump();
 }
 
@@ -192,6 +197,7 @@ void Provider::Delayed(const cfm::agent::ProviderReply& reply, Request& request)
     asker->OnDelayed(reply.id(), reply);
   } else {
     requests_.erase(reply.id());
+    WatchLife();
   }
 }
 
@@ -267,6 +273,31 @@ void Provider::EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& with
   Pump();
 }
 
+// As long as anything is asked, delayed replies too: a provider that waits for
+// others answers pings.
+void Provider::WatchLife() {
+  const bool awaits = alive_ && !requests_.empty();
+  if (awaits == watching_life_) {
+    return;
+  }
+  watching_life_ = awaits;
+  if (awaits) {
+    rules_.heartbeat.Await(this, pid_, on_hang_);
+  } else {
+    rules_.heartbeat.Release(this);
+  }
+}
+
+void Provider::Ping() {
+  if (!alive_) {
+    return;
+  }
+  cfm::agent::FromAgent message;
+  message.mutable_provider_request()->set_id(++last_id_);
+  message.mutable_provider_request()->mutable_ping();
+  control_->Send(message);  // that there is a reply says all
+}
+
 // One timer for the oldest request: all have the same time.
 void Provider::Watch() {
   if (!watching_ && !requests_.empty()) {
@@ -282,7 +313,7 @@ void Provider::OnTime() {
   const std::uint64_t now = Now();
   while (!requests_.empty() && requests_.begin()->second.deadline <= now) {
     if (requests_.begin()->second.kind != Kind::kDelayed) {
-      on_hang_();
+      on_hang_("did not answer in time");
       return;
     }
     const std::uint64_t id = requests_.begin()->first;

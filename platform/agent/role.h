@@ -16,6 +16,7 @@ class Announcement;
 class Candidate;
 class CommitQueue;
 class Datastore;
+class Heartbeat;
 class LockTable;
 class Model;
 class OperationalStore;
@@ -35,6 +36,7 @@ struct Services {
   Subscriptions& subscriptions;
   Announcement& announcement;
   CommitQueue& commits;
+  Heartbeat& heartbeat;
   StatusBoard& status;
   const ProviderModel& provider_model;
   OperationalStore& operational;
@@ -68,6 +70,9 @@ class Role : public std::enable_shared_from_this<Role> {
   // Throws ipc::ProtocolError when the request is out of place; the
   // connection then ends.
   virtual void Handle(const cfm::agent::Request& request) = 0;
+  // Whether the agent holds an answer back, and with it a program that waits
+  // for nothing else.
+  virtual bool HoldsAnswerBack() const { return false; }
   // What the role adds to the reply to Hello.
   virtual void Welcome(cfm::agent::HelloReply&) const {}
 };

@@ -27,6 +27,8 @@ class Server {
 
   // Adds the programs that are connected.
   void AddTo(cfm::agent::Status& status) const;
+  // Whether the process waits for an answer that the agent holds back.
+  bool KeepsWaiting(pid_t pid) const;
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);

@@ -95,8 +95,8 @@ void Subscriber::Sync(const cfm::agent::SubscriptionSync& request) {
   if (request.type() != CDB_DONE_PRIORITY) {
     throw ipc::ProtocolError("SubscriptionSync of an unknown type");
   }
-  if (!services_.announcement.Synced(this)) {
-    throw ipc::ProtocolError("SubscriptionSync without a notification");
+  if (!services_.announcement.Synced(this, request.number())) {
+    throw ipc::ProtocolError("SubscriptionSync of no notification that waits for it");
   }
 }
 

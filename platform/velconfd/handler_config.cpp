@@ -66,7 +66,7 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
     commit.Deliver();
   }
   for (const Commit& commit : commits) {
-    LogResult("ApplyCommitConfig", commit.Handler().ApplyCommitConfig());
+    CheckApplied(commit.Handler().ApplyCommitConfig());
   }
   // A commit may have another part for points of a later priority. Until
   // that has been seen a lost agent has to count as one with news.
@@ -74,6 +74,16 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
     applied_ = txid;
   }
   agent.Acknowledge();
+}
+
+// The API has no word for a commit that could not be applied, so it is not
+// acknowledged: the agent tells whoever committed, and the next connection finds
+// that the program lacks it.
+void HandlerConfig::CheckApplied(int result) const {
+  LogResult("ApplyCommitConfig", result);
+  if (result != 0) {
+    throw AgentError("hung up instead of acknowledging a commit that was not applied");
+  }
 }
 
 void HandlerConfig::LogResult(const char* operation, int result) const {
