@@ -142,6 +142,7 @@ std::uint64_t Provider::Ask(Asker& asker, std::uint32_t thandle, cfm::agent::Rea
   *message.mutable_read_batch() = std::move(batch);
   worker_->Send(message);
   Watch();
+  WatchLife();
   return first;
 }
 
