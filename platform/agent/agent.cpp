@@ -10,19 +10,24 @@ Agent::Agent(sd_event* loop, const Options& options)
       store_(options.state_dir / "running.db"),
       datastore_(model_, store_),
       candidate_(model_, datastore_),
-      announcement_(loop, model_, subscriptions_, options.subscriber_timeout),
+      heartbeat_(loop, options.heartbeat,
+                 {ReadPulse, [this](pid_t pid) { return server_.KeepsWaiting(pid); },
+                  [this](pid_t pid) { providers_.Ping(pid); }}),
+      announcement_(loop, model_, subscriptions_, heartbeat_, options.subscriber_timeout),
       commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),
       provider_model_(model_),
       operational_(model_, provider_model_),
       writers_(loop),
       watch_(loop, operational_),
-      providers_(loop, provider_model_,
-                 {locks_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
+      providers_(
+          loop, provider_model_,
+          {locks_, heartbeat_, options.provider_timeout, [this] { return commits_.IsBusy(); }}),
       status_([this] { return ReadStatus(); }),
       ending_(loop, options.end_timeout, StepsOfEnding()),
       server_(loop, {options.runtime_dir / "agentd.sock", options.view_group, options.port},
               {model_, datastore_, candidate_, locks_, subscriptions_, announcement_, commits_,
-               status_, provider_model_, operational_, writers_, watch_, providers_, ending_}) {
+               heartbeat_, status_, provider_model_, operational_, writers_, watch_, providers_,
+               ending_}) {
   providers_.OnChange([this] { status_.Changed(); });
   commits_.OnProgress([this] {
     status_.Changed();

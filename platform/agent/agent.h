@@ -11,6 +11,7 @@
 #include "datastore.h"
 #include "directory_locks.h"
 #include "ending.h"
+#include "heartbeat.h"
 #include "lock_table.h"
 #include "model.h"
 #include "operational_store.h"
@@ -50,6 +51,7 @@ class Agent {
   Candidate candidate_;
   LockTable locks_;
   Subscriptions subscriptions_;
+  Heartbeat heartbeat_;
   Announcement announcement_;
   CommitQueue commits_;
   ProviderModel provider_model_;

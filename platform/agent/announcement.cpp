@@ -1,6 +1,6 @@
 #include "announcement.h"
 
-#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "change_report.h"
@@ -9,9 +9,10 @@
 namespace agentd {
 
 Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptions& subscriptions,
-                           std::chrono::microseconds timeout)
+                           Heartbeat& heartbeat, std::chrono::microseconds timeout)
     : model_(model),
       subscriptions_(subscriptions),
+      heartbeat_(heartbeat),
       timeout_(timeout),
       timer_(loop, [this] { OnTimeout(); }),
       soon_(loop, [this] { GoOn(); }) {}
@@ -19,23 +20,32 @@ Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptio
 void Announcement::Begin(std::uint64_t txid, cfm::agent::Change changes, Done done) {
   txid_ = txid;
   changes_ = std::move(changes);
-  priorities_ = PrioritiesOf(subscriptions_.All());
   warnings_.clear();
   done_ = std::move(done);
+  for (Listener* listener : subscriptions_.All()) {
+    AddParts(*listener);
+  }
   NextPriority();
 }
 
-void Announcement::NextPriority() {
-  while (pending_.empty() && !priorities_.empty()) {
-    const std::int32_t priority = *priorities_.begin();
-    priorities_.erase(priorities_.begin());
-    for (Listener* listener : subscriptions_.All()) {
-      if (NotifyOne(*listener, priority)) {
-        pending_.push_back(listener);
+void Announcement::AddParts(Listener& listener) {
+  for (const SubscribedPoint& point : listener.Points()) {
+    if (Touches(model_, changes_, point.path)) {
+      std::vector<Part>& parts = to_come_[point.priority];
+      if (parts.empty() || parts.back().listener != &listener) {
+        parts.push_back({&listener, {}});
       }
+      parts.back().points.push_back(point.id);
     }
   }
-  if (!pending_.empty()) {
+}
+
+void Announcement::NextPriority() {
+  if (pending_.empty() && !to_come_.empty()) {
+    const auto next = to_come_.extract(to_come_.begin());
+    for (const Part& part : next.mapped()) {
+      Notify(part);
+    }
     timer_.Set(timeout_);
     return;
   }
@@ -45,44 +55,48 @@ void Announcement::NextPriority() {
   std::exchange(done_, nullptr)(std::exchange(warnings_, {}));
 }
 
-std::vector<std::int32_t> Announcement::Touched(const Listener& listener,
-                                                std::int32_t priority) const {
-  std::vector<std::int32_t> points;
-  for (const SubscribedPoint& point : listener.Points()) {
-    if (point.priority == priority && Touches(model_, changes_, point.path)) {
-      points.push_back(point.id);
-    }
-  }
-  return points;
-}
-
-bool Announcement::NotifyOne(Listener& listener, std::int32_t priority) {
+void Announcement::Notify(const Part& part) {
   cfm::agent::Notification notification;
-  for (const std::int32_t point : Touched(listener, priority)) {
-    notification.add_points(point);
-  }
-  if (notification.points_size() == 0) {
-    return false;
-  }
+  notification.mutable_points()->Assign(part.points.begin(), part.points.end());
   notification.set_txid(txid_);
+  notification.set_number(++last_number_);
   *notification.mutable_root() = changes_;
+  Listener* listener = part.listener;
+  pending_.push_back({listener, last_number_});
+  heartbeat_.Await(listener, listener->Pid(),
+                   [this, listener](const std::string& why) { GiveUp(listener, why); });
   CFM_FAIL_POINT(agent_notification_sending);
-  listener.Notify(notification);
+  listener->Notify(notification);
   CFM_FAIL_POINT(agent_notification_sent);
-  return true;
 }
 
-bool Announcement::Synced(const Listener* listener) {
-  if (std::erase(pending_, listener) == 0) {
+bool Announcement::Synced(const Listener* listener, std::uint64_t number) {
+  const auto is_meant = [&](const Pending& each) {
+    return each.listener == listener && each.number == number;
+  };
+  if (std::erase_if(pending_, is_meant) == 0) {
     return false;
   }
   CFM_FAIL_POINT(agent_commit_synced);
+  heartbeat_.Release(listener);
   GoOn();
   return true;
 }
 
+bool Announcement::Forget(const Listener* listener) {
+  heartbeat_.Release(listener);
+  std::size_t parts =
+      std::erase_if(pending_, [&](const Pending& each) { return each.listener == listener; });
+  for (auto priority = to_come_.begin(); priority != to_come_.end();) {
+    parts += std::erase_if(priority->second,
+                           [&](const Part& each) { return each.listener == listener; });
+    priority = priority->second.empty() ? to_come_.erase(priority) : std::next(priority);
+  }
+  return parts > 0;
+}
+
 void Announcement::Lost(const Listener* listener) {
-  if (std::erase(pending_, listener) > 0) {
+  if (Forget(listener)) {
     warnings_.push_back("subscriber " + listener->Describe() +
                         " was lost before it had dealt with the change; the change is committed");
     soon_.Set(std::chrono::microseconds(0));
@@ -91,16 +105,11 @@ void Announcement::Lost(const Listener* listener) {
 
 void Announcement::GiveUp(const std::string& why) {
   for (const Listener* listener : subscriptions_.All()) {
-    const bool is_told_later =
-        std::any_of(priorities_.begin(), priorities_.end(),
-                    [&](std::int32_t priority) { return !Touched(*listener, priority).empty(); });
-    if (is_told_later || std::find(pending_.begin(), pending_.end(), listener) != pending_.end()) {
+    if (Forget(listener)) {
       warnings_.push_back("subscriber " + listener->Describe() +
                           " has not dealt with the change: " + why + "; the change is committed");
     }
   }
-  pending_.clear();
-  priorities_.clear();
   GoOn();
 }
 
@@ -112,21 +121,20 @@ void Announcement::GoOn() {
   }
 }
 
-void Announcement::OnTimeout() {
+// Dropping destroys the listener, which then finds itself forgotten.
+void Announcement::GiveUp(Listener* listener, const std::string& why) {
   CFM_FAIL_POINT(agent_subscriber_given_up);
-  // Dropping destroys the listener, which then finds itself not pending.
-  for (const Listener* late : std::exchange(pending_, {})) {
-    warnings_.push_back("subscriber " + late->Describe() +
-                        " did not answer in time and was "
-                        "disconnected; the change is committed");
-    for (Listener* listener : std::vector<Listener*>(subscriptions_.All())) {
-      if (listener == late) {
-        listener->Drop("no answer to the notification of commit " + std::to_string(txid_));
-        break;
-      }
-    }
+  Forget(listener);
+  warnings_.push_back("subscriber " + listener->Describe() + " " + why +
+                      " and was disconnected; the change is committed");
+  listener->Drop("notified of commit " + std::to_string(txid_) + ", it " + why);
+  GoOn();
+}
+
+void Announcement::OnTimeout() {
+  for (const Pending& late : std::vector<Pending>(pending_)) {
+    GiveUp(late.listener, "did not answer in time");
   }
-  NextPriority();
 }
 
 }  // namespace agentd

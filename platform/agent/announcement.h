@@ -5,10 +5,11 @@
 
 #include <chrono>
 #include <functional>
-#include <set>
+#include <map>
 #include <string>
 #include <vector>
 
+#include "heartbeat.h"
 #include "model.h"
 #include "subscriptions.h"
 #include "timer.h"
@@ -17,17 +18,21 @@ namespace agentd {
 
 class Announcement {
  public:
-  // One line per subscriber that was lost on the way.
+  // One line for each subscriber that did not deal with all of it: who, and why.
   using Done = std::function<void(std::vector<std::string> warnings)>;
 
+  // A listener that shows no sign of life is given up by the heartbeat, one
+  // that does and is not done after `timeout` then.
   Announcement(sd_event* loop, const Model& model, const Subscriptions& subscriptions,
-               std::chrono::microseconds timeout);
+               Heartbeat& heartbeat, std::chrono::microseconds timeout);
 
-  // One at a time. `done` may be called before Begin returns.
+  // One at a time. `done` may be called before Begin returns. Told are those who
+  // listen now: who comes later reads the changed configuration.
   void Begin(std::uint64_t txid, cfm::agent::Change changes, Done done);
 
-  // The listener has dealt with the notification; false when it had none.
-  bool Synced(const Listener* listener);
+  // The listener has dealt with the notification of that number; false when
+  // that is not what it has.
+  bool Synced(const Listener* listener, std::uint64_t number);
   // The listener is no more.
   void Lost(const Listener* listener);
   // Ends what was begun: one warning for each listener that has not dealt with
@@ -35,22 +40,37 @@ class Announcement {
   void GiveUp(const std::string& why);
 
  private:
+  // What a listener is told of at one priority.
+  struct Part {
+    Listener* listener;
+    std::vector<std::int32_t> points;
+  };
+  struct Pending {
+    Listener* listener;
+    std::uint64_t number;  // of its notification
+  };
+
+  void AddParts(Listener& listener);
   void NextPriority();
-  std::vector<std::int32_t> Touched(const Listener& listener, std::int32_t priority) const;
-  bool NotifyOne(Listener& listener, std::int32_t priority);
+  void Notify(const Part& part);
+  // Whether anything of the commit was still to be dealt with by the listener.
+  bool Forget(const Listener* listener);
+  void GiveUp(Listener* listener, const std::string& why);
   void OnTimeout();
   void GoOn();
 
   const Model& model_;
   const Subscriptions& subscriptions_;
+  Heartbeat& heartbeat_;
   std::chrono::microseconds timeout_;
   Timer timer_;
   Timer soon_;  // goes on after a loss, out of the destructor that told of it
 
   std::uint64_t txid_ = 0;
   cfm::agent::Change changes_;
-  std::set<std::int32_t> priorities_;  // still to come
-  std::vector<const Listener*> pending_;
+  std::map<std::int32_t, std::vector<Part>> to_come_;  // by priority
+  std::vector<Pending> pending_;
+  std::uint64_t last_number_ = 0;  // of a notification, in the agent's life
   std::vector<std::string> warnings_;
   Done done_;
 };

@@ -8,6 +8,7 @@
 #include "ending.h"
 #include "fail_point.h"
 #include "frame.h"
+#include "heartbeat.h"
 #include "log.h"
 #include "model.h"
 #include "utf8.h"
@@ -78,6 +79,10 @@ void Connection::GiveUp() {
   }
 }
 
+bool Connection::KeepsWaiting(pid_t pid) const {
+  return who_.pid == pid && role_ != nullptr && role_->HoldsAnswerBack();
+}
+
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();
@@ -97,6 +102,9 @@ void Connection::OnFrame(std::string_view payload) {
   google::protobuf::Arena arena(block.data(), block.size());
   auto& request = *google::protobuf::Arena::CreateMessage<cfm::agent::Request>(&arena);
   ipc::ParsePayload(payload, request);
+  if (IsConfdRole(kind_)) {
+    services_.heartbeat.Heard(who_.pid);
+  }
   role_->Handle(request);
 }
 

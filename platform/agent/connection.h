@@ -39,6 +39,8 @@ class Connection : public Peer {
   bool MayChange() const override { return who_.access == ipc::Access::kFull; }
   std::size_t QueuedBytes() const override { return channel_.QueuedBytes(); }
 
+  // Whether it is of that process, which waits for an answer of the agent.
+  bool KeepsWaiting(pid_t pid) const;
   // Adds a program on the ConfD API; a front end asks for that and is none.
   void AddTo(cfm::agent::Status& status) const;
 

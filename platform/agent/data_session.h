@@ -19,6 +19,7 @@ class DataSession : public Role {
   void Handle(const cfm::agent::Request& request) override;
   // Programs hold sessions open only while they read or write.
   bool IsAtWork() const override { return state_ != State::kClosed; }
+  bool HoldsAnswerBack() const override { return state_ == State::kWaiting; }
 
  private:
   enum class State { kClosed, kWaiting, kOpen, kRefused };

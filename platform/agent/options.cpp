@@ -39,6 +39,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   double timeout = std::chrono::duration<double>(options.subscriber_timeout).count();
   double provider_timeout = std::chrono::duration<double>(options.provider_timeout).count();
   double end_timeout = std::chrono::duration<double>(options.end_timeout).count();
+  double interval = std::chrono::duration<double>(options.heartbeat.interval).count();
   std::uint16_t port = 0;
 
   CLI::App app("Management agent: keeps the configuration and tells programs of its changes.",
@@ -65,6 +66,16 @@ ParsedOptions ParseOptions(int argc, char** argv) {
          "Seconds in which what is in work is finished when agentd is asked to end; 0: none")
       ->check(CLI::Range(0.0, 60.0))
       ->capture_default_str();
+  app.add_option("--heartbeat-interval", interval,
+                 "Seconds after which a program that is waited for and does nothing is asked for "
+                 "a sign of life")
+      ->check(CLI::Range(0.001, 3600.0))
+      ->capture_default_str();
+  app.add_option("--heartbeat-misses", options.heartbeat.misses,
+                 "So many of these intervals without a sign of life, one after the other, and the "
+                 "program is given up")
+      ->check(CLI::Range(2U, 1000U))
+      ->capture_default_str();
   app.add_option("--view-group", options.view_group,
                  "Group whose members may look at everything and change nothing; when there is "
                  "none of that name, nobody may")
@@ -87,6 +98,7 @@ ParsedOptions ParseOptions(int argc, char** argv) {
   options.subscriber_timeout = Microseconds(timeout);
   options.provider_timeout = Microseconds(provider_timeout);
   options.end_timeout = Microseconds(end_timeout);
+  options.heartbeat.interval = Microseconds(interval);
   if (port_option->count() > 0) {
     options.port = port;
   }

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 
+#include "vigil.h"
+
 namespace agentd {
 
 struct Options {
@@ -21,6 +23,7 @@ struct Options {
   std::chrono::microseconds provider_timeout{std::chrono::seconds(10)};
   // How long the agent finishes what is in work when it is asked to end.
   std::chrono::microseconds end_timeout{std::chrono::seconds(1)};
+  HeartbeatRules heartbeat;
   std::optional<std::uint16_t> port;
   std::string view_group = "cfm-view";  // whose members may look
 };

@@ -10,7 +10,7 @@
 namespace agentd {
 
 Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
-                   std::uint64_t& last_id, std::function<void()> on_hang)
+                   std::uint64_t& last_id, Heartbeat::GiveUp on_hang)
     : loop_(loop),
       rules_(rules),
       number_(number),
@@ -23,6 +23,7 @@ Provider::Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t num
 
 Provider::~Provider() {
   rules_.locks.Release(this);
+  rules_.heartbeat.Release(this);
 }
 
 std::string Provider::Describe() const {
@@ -55,6 +56,7 @@ void Provider::Lose(const std::string& reason) {
   alive_ = false;
   timer_.Cancel();
   rules_.locks.Release(this);
+  rules_.heartbeat.Release(this);
   // Each call may forget others, so nothing is kept across it.
   while (!requests_.empty()) {
     const std::uint64_t id = requests_.begin()->first;
@@ -105,6 +107,7 @@ std::uint64_t Provider::Send(Peer& peer, cfm::agent::ProviderRequest request, Re
   requests_.emplace(id, std::move(record));
   CFM_FAIL_POINT(agent_asked);
   Watch();
+  WatchLife();
   return id;
 }
 
@@ -163,6 +166,7 @@ std::uint64_t Provider::Ask(Asker& asker, std::uint32_t thandle, cfm::agent::Rea
   worker_->Send(message);
   CFM_FAIL_POINT(agent_batch_asked);
   Watch();
+  WatchLife();
   return first;
 }
 
@@ -190,6 +194,7 @@ void Provider::LeaveWindow(const Request& request) {
 Provider::Request Provider::Take(Requests::iterator found) {
   Request request = std::move(found->second);
   requests_.erase(found);
+  WatchLife();
   LeaveWindow(request);
   return request;
 }
@@ -206,6 +211,7 @@ void Provider::Forget(const Asker& asker) {
       request.asker = nullptr;
     }
   }
+  WatchLife();
   Pump();
 }
 
@@ -216,6 +222,7 @@ void Provider::Delayed(const cfm::agent::ProviderReply& reply, Request& request)
     asker->OnDelayed(reply.id(), reply);
   } else {
     requests_.erase(reply.id());
+    WatchLife();
   }
 }
 
@@ -315,6 +322,31 @@ void Provider::EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& with
   Pump();
 }
 
+// As long as anything is asked, delayed replies too: a provider that waits for
+// others answers pings.
+void Provider::WatchLife() {
+  const bool awaits = alive_ && !requests_.empty();
+  if (awaits == watching_life_) {
+    return;
+  }
+  watching_life_ = awaits;
+  if (awaits) {
+    rules_.heartbeat.Await(this, pid_, on_hang_);
+  } else {
+    rules_.heartbeat.Release(this);
+  }
+}
+
+void Provider::Ping() {
+  if (!alive_) {
+    return;
+  }
+  cfm::agent::FromAgent message;
+  message.mutable_provider_request()->set_id(++last_id_);
+  message.mutable_provider_request()->mutable_ping();
+  control_->Send(message);  // that there is a reply says all
+}
+
 // One timer for the oldest request: all have the same time.
 void Provider::Watch() {
   if (!watching_ && !requests_.empty()) {
@@ -331,7 +363,7 @@ void Provider::OnTime() {
   while (!requests_.empty() && requests_.begin()->second.deadline <= now) {
     if (requests_.begin()->second.kind != Kind::kDelayed) {
       CFM_FAIL_POINT(agent_provider_given_up);
-      on_hang_();
+      on_hang_("did not answer in time");
       return;
     }
     const std::uint64_t id = requests_.begin()->first;

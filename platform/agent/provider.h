@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "heartbeat.h"
 #include "lock_table.h"
 #include "operational_store.h"
 #include "role.h"
@@ -52,16 +53,18 @@ class Asker {
 // What all providers share.
 struct ProviderRules {
   LockTable& locks;
+  Heartbeat& heartbeat;
   std::chrono::microseconds timeout;
   std::function<bool()> on_hold;  // a commit is in work
 };
 
 class Provider {
  public:
-  // `last_id` numbers the requests to all providers. `on_hang` is called when
-  // it does not answer in time.
+  // `last_id` numbers the requests to all providers. `on_hang` is called, from the
+  // loop, when it does not answer in time or shows no sign of life; the text
+  // completes a sentence that begins with the provider.
   Provider(sd_event* loop, const ProviderRules& rules, std::uint64_t number, Peer& control,
-           std::uint64_t& last_id, std::function<void()> on_hang);
+           std::uint64_t& last_id, Heartbeat::GiveUp on_hang);
   ~Provider();
 
   std::uint64_t Number() const { return number_; }
@@ -120,6 +123,8 @@ class Provider {
   bool IsAsked() const;
 
   void OnReply(const cfm::agent::ProviderReply& reply);
+  // Asks for a sign of life.
+  void Ping();
   // Gives turns as far as the window allows.
   void Pump();
   // Drops what is asked about an entry that was deleted. Adds the ids of
@@ -151,6 +156,7 @@ class Provider {
   bool MayTurn(const Waiting& waiting) const;
   std::uint64_t Now() const;
   void Watch();
+  void WatchLife();
   void OnTime();
 
   sd_event* loop_;
@@ -162,7 +168,7 @@ class Provider {
   pid_t pid_;
   std::int64_t since_ = 0;
   std::uint64_t& last_id_;
-  std::function<void()> on_hang_;
+  Heartbeat::GiveUp on_hang_;
   bool alive_ = true;
   bool pumping_ = false;
 
@@ -174,6 +180,7 @@ class Provider {
   std::map<std::uint32_t, std::size_t> asked_;  // in the window, by transaction
   std::set<std::uint32_t> ending_;              // transactions to be finished
   bool watching_ = false;
+  bool watching_life_ = false;
   Timer timer_;
 };
 

@@ -3,6 +3,7 @@
 #include <confd_lib.h>
 
 #include <algorithm>
+#include <set>
 
 #include "calendar.h"
 #include "fail_point.h"
@@ -74,8 +75,8 @@ Providers::Providers(sd_event* loop, const ProviderModel& model, ProviderRules r
 
 std::uint64_t Providers::Connect(Peer& control) {
   const std::uint64_t number = ++last_provider_;
-  const auto on_hang = [this, number] {
-    dying_[number] = providers_.at(number)->Describe() + " did not answer in time";
+  const auto on_hang = [this, number](const std::string& why) {
+    dying_[number] = providers_.at(number)->Describe() + " " + why;
     soon_.Set(std::chrono::microseconds(0));
   };
   providers_[number] =
@@ -252,6 +253,20 @@ std::vector<std::uint64_t> Providers::EntriesGone(const std::vector<EntryPtr>& e
     }
   }
   return withdrawn;
+}
+
+void Providers::Ping(pid_t pid) {
+  std::set<Provider*> registered;
+  for (const Points* points : {&callpoints_, &actionpoints_}) {
+    for (const auto& [name, provider] : *points) {
+      registered.insert(provider);
+    }
+  }
+  for (Provider* provider : registered) {
+    if (provider->Pid() == pid) {
+      provider->Ping();
+    }
+  }
 }
 
 void Providers::Forget(const Asker& asker) {

@@ -44,6 +44,8 @@ class Providers {
   // What is asked about these is withdrawn; the ids that the providers have
   // not answered yet.
   std::vector<std::uint64_t> EntriesGone(const std::vector<EntryPtr>& entries);
+  // Asks those of the process that have registered for a sign of life.
+  void Ping(pid_t pid);
   // The asker wants nothing any more from any of them.
   void Forget(const Asker& asker);
   // From now on nobody is asked; questions in flight are answered.

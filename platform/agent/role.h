@@ -17,6 +17,7 @@ class Candidate;
 class CommitQueue;
 class Datastore;
 class Ending;
+class Heartbeat;
 class LockTable;
 class Model;
 class OperationalStore;
@@ -36,6 +37,7 @@ struct Services {
   Subscriptions& subscriptions;
   Announcement& announcement;
   CommitQueue& commits;
+  Heartbeat& heartbeat;
   StatusBoard& status;
   const ProviderModel& provider_model;
   OperationalStore& operational;
@@ -70,6 +72,9 @@ class Role : public std::enable_shared_from_this<Role> {
   // Throws ipc::ProtocolError when the request is out of place; the
   // connection then ends.
   virtual void Handle(const cfm::agent::Request& request) = 0;
+  // Whether the agent holds an answer back, and with it a program that waits
+  // for nothing else.
+  virtual bool HoldsAnswerBack() const { return false; }
   // What the role adds to the reply to Hello.
   virtual void Welcome(cfm::agent::HelloReply&) const {}
   // Whether something is begun and not finished that the agent's end would cut

@@ -2,6 +2,8 @@
 
 #include <pwd.h>
 
+#include <algorithm>
+
 #include "frame.h"
 #include "log.h"
 
@@ -55,6 +57,11 @@ void Server::GiveUp() {
   for (const auto& [key, connection] : connections_) {
     connection->GiveUp();
   }
+}
+
+bool Server::KeepsWaiting(pid_t pid) const {
+  return std::any_of(connections_.begin(), connections_.end(),
+                     [pid](const auto& each) { return each.second->KeepsWaiting(pid); });
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {

@@ -32,6 +32,8 @@ class Server {
   std::string Unfinished() const;
   // The agent ends now: whoever waits for a reply is told.
   void GiveUp();
+  // Whether the process waits for an answer that the agent holds back.
+  bool KeepsWaiting(pid_t pid) const;
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);

@@ -104,8 +104,8 @@ void Subscriber::Sync(const cfm::agent::SubscriptionSync& request) {
     throw ipc::ProtocolError("SubscriptionSync of an unknown type");
   }
   notified_.reset();
-  if (!services_.announcement.Synced(this)) {
-    throw ipc::ProtocolError("SubscriptionSync without a notification");
+  if (!services_.announcement.Synced(this, request.number())) {
+    throw ipc::ProtocolError("SubscriptionSync of no notification that waits for it");
   }
 }
 

@@ -20,6 +20,7 @@ class Subscriber final : public Role, public Listener {
   const std::vector<SubscribedPoint>& Points() const override { return points_; }
   const std::string& Name() const override { return peer_.Name(); }
   std::string Describe() const override { return peer_.Describe(); }
+  pid_t Pid() const override { return peer_.Pid(); }
   void Describe(std::int32_t priority, cfm::agent::SubscriberStatus& status) const override;
   void Notify(const cfm::agent::Notification& notification) override;
   void Drop(const std::string& reason) override { peer_.Drop(reason); }

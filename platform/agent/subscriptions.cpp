@@ -48,12 +48,4 @@ std::set<std::int32_t> PrioritiesOf(const Listener& listener) {
   return priorities;
 }
 
-std::set<std::int32_t> PrioritiesOf(const std::vector<Listener*>& listeners) {
-  std::set<std::int32_t> priorities;
-  for (const Listener* listener : listeners) {
-    priorities.merge(PrioritiesOf(*listener));
-  }
-  return priorities;
-}
-
 }  // namespace agentd

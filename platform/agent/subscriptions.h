@@ -2,6 +2,8 @@
 #ifndef AGENT_SUBSCRIPTIONS_H
 #define AGENT_SUBSCRIPTIONS_H
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <set>
 #include <string>
@@ -26,6 +28,7 @@ class Listener {
   virtual const std::vector<SubscribedPoint>& Points() const = 0;
   virtual const std::string& Name() const = 0;
   virtual std::string Describe() const = 0;  // "cfm-app (process 42)"
+  virtual pid_t Pid() const = 0;             // 0: not known
   // What operators see of its points of one priority.
   virtual void Describe(std::int32_t priority, cfm::agent::SubscriberStatus& status) const = 0;
   virtual void Notify(const cfm::agent::Notification& notification) = 0;
@@ -54,7 +57,6 @@ class Subscriptions {
 
 // Priorities of the points, lowest first.
 std::set<std::int32_t> PrioritiesOf(const Listener& listener);
-std::set<std::int32_t> PrioritiesOf(const std::vector<Listener*>& listeners);
 
 }  // namespace agentd
 

@@ -22,22 +22,28 @@ class Timer {
     if (sd_event_get_state(loop_) == SD_EVENT_FINISHED) {
       return;
     }
-    sd_event_source* source = nullptr;
-    ipc::CheckEvent(sd_event_add_time(loop_, &source, CLOCK_MONOTONIC,
-                                      ipc::UsecFromNow(static_cast<std::uint64_t>(after.count())),
-                                      1, OnTime, this),
-                    "set a timer");
-    source_.reset(source);
+    const std::uint64_t at = ipc::UsecFromNow(static_cast<std::uint64_t>(after.count()));
+    if (source_ == nullptr) {
+      sd_event_source* source = nullptr;
+      ipc::CheckEvent(sd_event_add_time(loop_, &source, CLOCK_MONOTONIC, at, 1, OnTime, this),
+                      "set a timer");
+      source_.reset(source);
+      return;
+    }
+    ipc::CheckEvent(sd_event_source_set_time(source_.get(), at), "set a timer");
+    ipc::CheckEvent(sd_event_source_set_enabled(source_.get(), SD_EVENT_ONESHOT), "set a timer");
   }
-  void Cancel() { source_.reset(); }
+  // A timer that is off costs the loop nothing, and is soon set again.
+  void Cancel() {
+    if (source_ != nullptr) {
+      sd_event_source_set_enabled(source_.get(), SD_EVENT_OFF);
+    }
+  }
 
  private:
   static int OnTime(sd_event_source* source, std::uint64_t, void* self) noexcept {
-    return ipc::DispatchGuarded(source, "timer", [self] {
-      auto* timer = static_cast<Timer*>(self);
-      timer->Cancel();
-      timer->on_expiry_();
-    });
+    return ipc::DispatchGuarded(source, "timer",
+                                [self] { static_cast<Timer*>(self)->on_expiry_(); });
   }
 
   sd_event* loop_;

@@ -74,7 +74,7 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
   }
   CFM_FAIL_POINT(velconfd_commit_delivered);
   for (const Commit& commit : commits) {
-    LogResult("ApplyCommitConfig", commit.Handler().ApplyCommitConfig());
+    CheckApplied(commit.Handler().ApplyCommitConfig());
   }
   CFM_FAIL_POINT(velconfd_commit_applied);
   // A commit may have another part for points of a later priority. Until
@@ -84,6 +84,16 @@ void HandlerConfig::TakeCommit(AgentConnection& agent) {
   }
   agent.Acknowledge();
   CFM_FAIL_POINT(velconfd_commit_acknowledged);
+}
+
+// The API has no word for a commit that could not be applied, so it is not
+// acknowledged: the agent tells whoever committed, and the next connection finds
+// that the program lacks it.
+void HandlerConfig::CheckApplied(int result) const {
+  LogResult("ApplyCommitConfig", result);
+  if (result != 0) {
+    throw AgentError("hung up instead of acknowledging a commit that was not applied");
+  }
 }
 
 void HandlerConfig::LogResult(const char* operation, int result) const {

@@ -40,6 +40,7 @@ class HandlerConfig {
  private:
   enum class Progress { kNothing, kLoading, kLoaded, kApplied };
 
+  void CheckApplied(int result) const;
   void LogResult(const char* operation, int result) const;
 
   zlog_category_s* log_;

@@ -80,7 +80,10 @@ class Committer {
     }
   }
   void Open() { queue_.emplace(loop_, datastore_, locks_, *announcement_, kPatience); }
-  void Announce() { announcement_.emplace(loop_, model_, subscriptions_, kPatience); }
+  void Announce() {
+    heartbeat_.emplace(loop_, HeartbeatRules{}, Heartbeat::Senses{});
+    announcement_.emplace(loop_, model_, subscriptions_, *heartbeat_, kPatience);
+  }
 
  private:
   static constexpr std::chrono::seconds kPatience{1};
@@ -91,6 +94,7 @@ class Committer {
   LockTable locks_;
   Subscriptions subscriptions_;
   sd_event* loop_ = nullptr;
+  std::optional<Heartbeat> heartbeat_;  // with nobody to watch
   std::optional<Announcement> announcement_;
   std::optional<CommitQueue> queue_;
 };

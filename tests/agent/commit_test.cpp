@@ -132,6 +132,123 @@ TEST_F(Commit, SurvivesASubscriberThatDies) {
   EXPECT_EQ(front.Status().subscribers_size(), 1);
 }
 
+TEST_F(Commit, NamesASubscriberThatIsLostBetweenTwoOfItsPriorities) {
+  Client two(agent_, pb::ROLE_CDB_SUBSCRIPTION, "two");
+  two.Subscribe(0, kMdList);
+  two.Subscribe(2, kMdList);
+  two.SubscribeDone();
+  Client between = Subscriber(1, "between");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  two.ReceiveNotification();
+  two.Sync();
+  between.ReceiveNotification();
+  two.Hang();
+  ASSERT_TRUE(agent_.AwaitLog("subscriber two"));
+  between.Sync();
+  const pb::Reply reply = front.Receive();
+  EXPECT_EQ(reply.txid(), 2U);
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("subscriber two"));
+}
+
+TEST_F(Commit, DoesNotNameASubscriberThatDiesWhenItIsDone) {
+  Client first = Subscriber(0, "first");
+  Client second = Subscriber(1, "second");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  first.ReceiveNotification();
+  first.Sync();
+  second.ReceiveNotification();
+  first.Hang();
+  second.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 0);
+}
+
+TEST_F(Commit, NamesASubscriberThatResetsItsConnectionWithoutReading) {
+  Client subscriber = Subscriber(0, "deaf");
+  Client witness = Subscriber(0, "witness");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  witness.ReceiveNotification();  // and so the other one is there to be read
+  subscriber.Hang();
+  witness.Sync();
+  const pb::Reply reply = front.Receive();
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("subscriber deaf"));
+}
+
+TEST_F(Commit, TakesNoAcknowledgementFromASubscriberThatHasNotReadIt) {
+  Client blind = Subscriber(0, "blind");
+  Client witness = Subscriber(0, "witness");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  witness.ReceiveNotification();
+  blind.Sync();
+  witness.Sync();
+  const pb::Reply reply = front.Receive();
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("subscriber blind"));
+  EXPECT_EQ(blind.ReceiveNotification().txid(), 2U);
+  EXPECT_TRUE(blind.IsClosed());
+}
+
+TEST_F(Commit, TakesOneAcknowledgementForOneNotification) {
+  Client eager(agent_, pb::ROLE_CDB_SUBSCRIPTION, "eager");
+  eager.Subscribe(0, kMdList);
+  eager.Subscribe(1, kMdList);
+  eager.SubscribeDone();
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  eager.ReceiveNotification();
+  eager.Sync();
+  eager.Sync();
+  const pb::Reply reply = front.Receive();
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("subscriber eager"));
+}
+
+TEST_F(Commit, IsNotToldToASubscriberThatComesInItsMiddleAndReadsItAnyway) {
+  Client first = Subscriber(0, "first");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  first.ReceiveNotification();
+  Client late = Subscriber(1, "late");
+  EXPECT_EQ(Data().Txid(), 2U);
+  first.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 0);
+  EXPECT_TRUE(late.IsSilent());
+  front.SendEdit({SetLeaf(kLevel, "5")});
+  first.ReceiveNotification();
+  first.Sync();
+  EXPECT_EQ(late.ReceiveNotification().txid(), 3U);
+}
+
+TEST_F(Commit, OfTheCandidateNamesWhoMissedIt) {
+  Client front = Front();
+  front.Edit({SetLeaf(kLevel, "4")}, pb::Edit::CANDIDATE);
+  Client dying = Subscriber(0, "dying");
+  pb::Request request;
+  request.mutable_commit_candidate();
+  front.Send(request);
+  dying.ReceiveNotification();
+  dying.Hang();
+  const pb::Reply reply = front.Receive();
+  EXPECT_EQ(reply.txid(), 2U);
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), HasSubstr("subscriber dying"));
+}
+
+TEST_F(Commit, OfAFrontEndThatGoesAwayIsWarnedOfInTheLog) {
+  Client dying = Subscriber(0, "dying");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  dying.ReceiveNotification();
+  front.Hang();
+  dying.Hang();
+  EXPECT_TRUE(agent_.AwaitLog("was lost before it had dealt with the change"));
+}
+
 TEST_F(ImpatientCommit, SurvivesASubscriberThatHangs) {
   Client hanging = Impatient(pb::ROLE_CDB_SUBSCRIPTION, "hanging");
   hanging.Subscribe(0, kMdList);

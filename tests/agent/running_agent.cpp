@@ -116,6 +116,7 @@ pb::Reply Client::Receive() {
 pb::Notification Client::ReceiveNotification() {
   const pb::FromAgent message = ReceiveAny();
   EXPECT_TRUE(message.has_notification());
+  notification_ = message.notification().number();
   return message.notification();
 }
 
@@ -193,6 +194,7 @@ pb::Reply Client::SubscribeDone() {
 void Client::Sync() {
   pb::Request request;
   request.mutable_subscription_sync()->set_type(1);
+  request.mutable_subscription_sync()->set_number(notification_);
   Send(request);
 }
 

@@ -102,6 +102,7 @@ class Client {
 
   ipc::UniqueFd fd_;
   pb::HelloReply welcome_;
+  std::uint64_t notification_ = 0;  // number of the last one
 };
 
 }  // namespace agentd::test

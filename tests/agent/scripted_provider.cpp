@@ -124,17 +124,32 @@ pb::Reply ScriptedProvider::Register(const std::vector<std::string>& callpoints,
   return control_->Call(request);
 }
 
-std::uint32_t ScriptedProvider::Begin() {
-  const pb::ProviderRequest request = control_->ReceiveProviderRequest();
-  EXPECT_TRUE(request.has_trans_init());
+// Pings are answered on the way: on a loaded machine one may come at any time.
+pb::ProviderRequest ScriptedProvider::NextOnControl() {
+  for (;;) {
+    const pb::ProviderRequest request = control_->ReceiveProviderRequest();
+    if (!request.has_ping()) {
+      return request;
+    }
+    AnswerOnControl(request);
+  }
+}
+
+void ScriptedProvider::AnswerOnControl(const pb::ProviderRequest& request) {
   pb::Request message;
   *message.mutable_provider_reply() = ResultReply(request, pb::ProviderReply::OK);
   control_->Send(message);
+}
+
+std::uint32_t ScriptedProvider::Begin() {
+  const pb::ProviderRequest request = NextOnControl();
+  EXPECT_TRUE(request.has_trans_init());
+  AnswerOnControl(request);
   return request.trans_init().thandle();
 }
 
 std::uint32_t ScriptedProvider::AwaitFinish() {
-  const pb::ProviderRequest request = control_->ReceiveProviderRequest();
+  const pb::ProviderRequest request = NextOnControl();
   EXPECT_TRUE(request.has_trans_finish());
   return request.trans_finish().thandle();
 }
@@ -218,10 +233,7 @@ void ScriptedProvider::Withdraw(const google::protobuf::RepeatedField<std::uint6
 }
 
 void ScriptedProvider::ServeControl() {
-  pb::Request message;
-  *message.mutable_provider_reply() =
-      ResultReply(control_->ReceiveProviderRequest(), pb::ProviderReply::OK);
-  control_->Send(message);
+  AnswerOnControl(control_->ReceiveProviderRequest());
 }
 
 std::vector<std::string> ScriptedProvider::ServeUntil(Client& other, const Answer& answer) {

@@ -43,6 +43,7 @@ class ScriptedProvider {
   void HangControl() { control_.reset(); }
   void HangWorker() { worker_.reset(); }
 
+  void AnswerOnControl(const pb::ProviderRequest& request);
   // The next TransInit, answered.
   std::uint32_t Begin();
   // The thandle of the next TransFinish.
@@ -70,6 +71,7 @@ class ScriptedProvider {
   std::vector<std::string> ServeUntil(Client& other, const Answer& answer = PlainReply);
 
  private:
+  pb::ProviderRequest NextOnControl();
   void ServeControl();
   void Unpack(const pb::ReadBatch& batch);
 

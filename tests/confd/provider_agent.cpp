@@ -120,6 +120,12 @@ std::uint64_t ProviderAgent::GetNext(std::uint32_t thandle, const std::string& c
   return Ask(BatchOf({test::GetNext(thandle, callpoint, LevelOfLocal(3), next, 1)}));
 }
 
+std::uint64_t ProviderAgent::Ping() {
+  cfm::agent::ProviderRequest request;
+  request.mutable_ping();
+  return Send(Control(), std::move(request));
+}
+
 std::uint64_t ProviderAgent::Act(cfm::agent::PerformAction action) {
   cfm::agent::ProviderRequest request;
   *request.mutable_action() = std::move(action);

@@ -40,6 +40,7 @@ class ProviderAgent {
   std::uint64_t GetElem(std::uint32_t thandle, const std::string& callpoint);
   std::uint64_t GetNext(std::uint32_t thandle, const std::string& callpoint, std::int64_t next);
   std::uint64_t Act(cfm::agent::PerformAction action);
+  std::uint64_t Ping();
   // The request gets the next id.
   std::uint64_t Send(int fd, cfm::agent::ProviderRequest request);
   // The requests get the next ids; the first is returned.

@@ -265,4 +265,16 @@ TEST_F(ProviderRead, ADaemonMayBeReleasedInsideACallback) {
   EXPECT_EQ(Read(1).result(), ProviderReply::ERROR);
 }
 
+TEST_F(ProviderRead, APingIsAnsweredWhileAReadIsParkedAndDisturbsNothing) {
+  Open(7);
+  confd_trans_ctx* const parked = Park(7);
+  const auto id = agent_.Ping();
+  EXPECT_EQ(program_.WorkControl(), CONFD_OK) << confd_lasterr();
+  const auto pong = agent_.Take(agent_.Control());
+  EXPECT_EQ(pong.id(), id);
+  EXPECT_EQ(pong.result(), cfm::agent::ProviderReply::OK);
+  EXPECT_EQ(ReplyInt32(parked, 3), CONFD_OK) << confd_lasterr();
+  EXPECT_EQ(agent_.Take(agent_.Worker()).value().number(), 3);
+}
+
 }  // namespace

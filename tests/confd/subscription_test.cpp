@@ -84,13 +84,17 @@ confd_iter_ret NotePath(confd_hkeypath_t* path, confd_iter_op op, confd_value_t*
 
 TEST(Subscription, TakesWalksAndAcknowledgesCommits) {
   std::vector<cfm::agent::Subscribe> subscriptions;
-  int acknowledged = 0;
+  std::vector<std::uint64_t> acknowledged;
   FakeAgent agent({[&](int fd) {
     subscriptions = TakeSubscriptions(fd);
+    std::uint64_t number = 8;
     for (const char* name : {"east", "two words"}) {
-      test::Notify(fd, MdCreated(name));
+      Notification notification = MdCreated(name);
+      notification.set_number(++number);
+      test::Notify(fd, notification);
       const auto sync = test::TakeRequest(fd);
-      acknowledged += sync->subscription_sync().type() == CDB_DONE_PRIORITY ? 1 : 0;
+      EXPECT_EQ(sync->subscription_sync().type(), std::uint32_t{CDB_DONE_PRIORITY});
+      acknowledged.push_back(sync->subscription_sync().number());
     }
     test::AwaitClose(fd);
   }});
@@ -107,7 +111,7 @@ TEST(Subscription, TakesWalksAndAcknowledgesCommits) {
     }
   }
   EXPECT_EQ(agent.Finish(), "");
-  EXPECT_EQ(acknowledged, 2);
+  EXPECT_THAT(acknowledged, ElementsAre(9, 10));
   ASSERT_EQ(subscriptions.size(), 1U);
   EXPECT_EQ(subscriptions[0].priority(), 3);
   EXPECT_EQ(subscriptions[0].name_space(), 0x76d9c9b9U);

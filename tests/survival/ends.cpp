@@ -59,7 +59,8 @@ std::optional<std::string> ReasonToEnd(const Node& node, Part part, int status,
 
 bool AgentGaveUp(const Node& node) {
   const std::string log = ReadLog(node.LogOf(Part::kAgent), node.agent_log_at_rest);
-  return log.find("did not answer in time") != std::string::npos;
+  return log.find("did not answer in time") != std::string::npos ||
+         log.find("gave no sign of life") != std::string::npos;
 }
 
 }  // namespace survival

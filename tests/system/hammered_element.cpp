@@ -119,7 +119,8 @@ std::size_t CountOf(const std::string& text, const std::string& part) {
 void CheckLog(const std::string& name, const std::string& log) {
   for (const char* trouble :
        {"severity=", "runtime error:", "Sanitizer", "Assertion", "Error getting", "Failed to",
-        "Error to", "Ignoring un-existent local", "did not answer in time"}) {
+        "Error to", "Ignoring un-existent local", "did not answer in time",
+        "gave no sign of life"}) {
     const auto at = log.find(trouble);
     if (at != std::string::npos) {
       const auto begin = log.rfind('\n', at) + 1;

@@ -1,4 +1,5 @@
 // Commits, from the notification to the acknowledgement.
+#include <algorithm>
 #include <stdexcept>
 
 #include "diff_trees.h"
@@ -44,13 +45,20 @@ TEST_F(CommitTest, OneFollowsTheOther) {
   EXPECT_EQ(agent_.Acknowledged(), 2);
 }
 
-TEST_F(CommitTest, AnApplyThatFailsIsLoggedAndAcknowledged) {
+// The agent would tell its operator that all went well.
+TEST_F(CommitTest, AnApplyThatFailsIsLoggedAndNotAcknowledgedAndTheProgramStartsAnew) {
   Start();
   config_.apply_result = 4;
   agent_.Commit(LevelChange());
-  ASSERT_TRUE(Await("sync"));
-  EXPECT_EQ(LogRecords().back().level, 11);
-  EXPECT_EQ(LogRecords().back().text, "ApplyCommitConfig returned 4");
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_EQ(agent_.Acknowledged(), 0);
+  const auto records = LogRecords();
+  const auto logged = std::find_if(records.begin(), records.end(), [](const auto& record) {
+    return record.text == "ApplyCommitConfig returned 4";
+  });
+  ASSERT_NE(logged, records.end());
+  EXPECT_EQ(logged->level, 11);
+  EXPECT_TRUE(Await("end of loop"));
 }
 
 TEST_F(CommitTest, TheSameAgentComingBackAfterItIsServedOn) {

@@ -47,6 +47,9 @@ int WorkControl(Daemon& daemon) {
       return InitTransaction(daemon, request.id(), request.trans_init().thandle());
     case ProviderRequest::kTransFinish:
       return FinishTransaction(daemon, request.id(), request.trans_finish().thandle());
+    case ProviderRequest::kPing:
+      Send(*daemon.control, Answer(request.id(), cfm::agent::ProviderReply::OK));
+      return CONFD_OK;
     default:
       throw ipc::ProtocolError("a request on the control socket that is none of a transaction");
   }

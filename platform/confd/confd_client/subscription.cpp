@@ -122,9 +122,10 @@ int Iterate(Connection& connection, int id, int flags, IterateCallback callback,
 int Sync(Connection& connection, cdb_subscription_sync_type type) {
   CheckNotified(connection);
   CFM_FAIL_POINT(confd_syncing);
-  connection.notification.reset();
   cfm::agent::Request request;
   request.mutable_subscription_sync()->set_type(type);
+  request.mutable_subscription_sync()->set_number(connection.notification->number());
+  connection.notification.reset();
   connection.link.Send(request);
   CFM_FAIL_POINT(confd_synced);
   return CONFD_OK;
