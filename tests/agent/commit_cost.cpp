@@ -63,7 +63,8 @@ class Committer {
 
   void Commit(const pb::Edit& edit) {
     bool committed = false;
-    queue_->Add({.origin = "commit_cost",
+    queue_->Add({.owner = this,
+                 .origin = "commit_cost",
                  .make = [this, &edit]() -> Result<Draft> {
                    Draft draft = datastore_.NewDraft();
                    if (Problems problems = ApplyEdits(model_, draft, edit); !problems.empty()) {

@@ -28,7 +28,9 @@ pb::Request ClearAll() {
 class EndingTest : public ::testing::Test {
  protected:
   // Far more time than any test takes, so that what ends has ended by itself.
-  explicit EndingTest(const std::string& limit = "60") : agent_({"--end-timeout", limit}) {}
+  // Peers that are silent here are no programs that stand still.
+  explicit EndingTest(const std::string& limit = "60")
+      : agent_({"--end-timeout", limit, "--heartbeat-interval", "60"}) {}
   void SetUp() override {
     ASSERT_EQ(Front().Edit({Document(EastDocument())}).txid(), 1U);
     OperationalWriter(agent_).Put("local", 0, LocalMep("east", "blue", 5));
@@ -239,7 +241,7 @@ TEST_F(HastyEndingTest, AProviderThatDoesNotAnswerLeavesNoReaderWithoutAWord) {
   EXPECT_THAT(OnlyError(front.Receive()), HasSubstr("agentd is ending"));
   EXPECT_THAT(OnlyError(waiting.Receive()), HasSubstr("agentd is ending"));
   ExpectForcedEnd();
-  EXPECT_THAT(agent_.Log(), HasSubstr("work of front (process"));
+  EXPECT_THAT(agent_.Log(), testing::ContainsRegex("work of .*front \\(process"));
   EXPECT_THAT(agent_.Log(), HasSubstr("data provider cfm-app"));
 }
 
