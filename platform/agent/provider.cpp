@@ -362,7 +362,6 @@ void Provider::OnTime() {
   const std::uint64_t now = Now();
   while (!requests_.empty() && requests_.begin()->second.deadline <= now) {
     if (requests_.begin()->second.kind != Kind::kDelayed) {
-      CFM_FAIL_POINT(agent_provider_given_up);
       on_hang_("did not answer in time");
       return;
     }

@@ -76,6 +76,7 @@ Providers::Providers(sd_event* loop, const ProviderModel& model, ProviderRules r
 std::uint64_t Providers::Connect(Peer& control) {
   const std::uint64_t number = ++last_provider_;
   const auto on_hang = [this, number](const std::string& why) {
+    CFM_FAIL_POINT(agent_provider_given_up);
     dying_[number] = providers_.at(number)->Describe() + " " + why;
     soon_.Set(std::chrono::microseconds(0));
   };

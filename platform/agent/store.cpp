@@ -64,6 +64,19 @@ const char* Advice(int code) {
   }
 }
 
+const char* AdviceToOpen(int code) {
+  switch (code & 0xff) {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+      return "put a good copy of the file in its place, or move it away to begin with an empty "
+             "configuration";
+    case SQLITE_FULL:
+      return "make room on the file system and start agentd again";
+    default:
+      return "look after the disk and the file system and start agentd again";
+  }
+}
+
 }  // namespace
 
 void Store::Close::operator()(sqlite3* database) const {
@@ -79,9 +92,7 @@ Store::Store(const std::filesystem::path& file) : file_(file) {
     identity_ = IdentityOf(file_);
   } catch (const SqliteError& error) {
     throw std::runtime_error("open the running configuration '" + file_.native() +
-                             "': " + error.what() +
-                             "; put a good copy of the file in its place, or move it away to "
-                             "begin with an empty configuration");
+                             "': " + error.what() + "; " + AdviceToOpen(error.Code()));
   }
 }
 

@@ -171,6 +171,14 @@ TEST_F(Disk, ACommitThatAFailingSyncRefusedDoesNotComeToLightAfterAnEnd) {
   EXPECT_EQ(next.datastore.Running()->Txid(), 1U);
 }
 
+// Whoever moves the file away then loses the configuration for nothing.
+TEST_F(Disk, AFullDiskIsNoReasonToGiveTheFileUp) {
+  FaultyDisk disk;
+  disk.FailWrites(SQLITE_FULL);
+  EXPECT_THAT(WhyNot(File()), AllOf(HasSubstr("full"), HasSubstr("make room on the file system"),
+                                    testing::Not(HasSubstr("move it away"))));
+}
+
 TEST_F(Disk, AFileThatIsNoDatabaseIsRefused) {
   std::ofstream(File()) << "This has never been a database, whatever its name may say.\n"
                         << std::string(4096, 'x');

@@ -224,7 +224,7 @@ INSTANTIATE_TEST_SUITE_P(Managerd, Stop,
 class LongStop : public Stop {};
 
 TEST_P(LongStop, IsMadeGoodWhenTheAgentHasGivenTheDaemonUp) {
-  constexpr const char* kGivenUp = "did not answer in time";
+  constexpr const char* kGivenUp = "gave no sign of life";
   test::Process& agent = Element().Of(Target::kAgentd);
   const int before = agent.CountInLog(kGivenUp);
   Element().Stop(ItsTarget());
