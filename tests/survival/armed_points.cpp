@@ -94,8 +94,10 @@ std::string ArmedPoints::Arm(Node& node, Part part) {
   return armed;
 }
 
-bool ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed) {
-  if (armed.empty() || !HasLine(LogOf(node, part), armed)) {
+// The log may not grow while files may not.
+bool ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed, bool killed) {
+  const bool has_failed = (killed && armed.ends_with(":kill")) || HasLine(LogOf(node, part), armed);
+  if (armed.empty() || !has_failed) {
     return false;
   }
   ++hits_[part][armed.substr(0, armed.find(':')) + armed.substr(armed.rfind(':'))];

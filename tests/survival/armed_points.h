@@ -27,9 +27,9 @@ class ArmedPoints {
   // into the element's environment. Returns it (NAME:SKIP:ACTION); empty when
   // there is none.
   std::string Arm(Node& node, Part part);
-  // A process that had been started with `armed` has ended. True when it had
-  // come to the point and failed there.
-  bool TakeEnd(Node& node, Part part, const std::string& armed);
+  // A process that had been started with `armed` has ended; `killed` by nobody
+  // else. True when it had come to the point and failed there.
+  bool TakeEnd(Node& node, Part part, const std::string& armed, bool killed);
   // All points with the number of their hits; empty in a build without.
   std::string Text() const;
 

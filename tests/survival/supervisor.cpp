@@ -15,6 +15,20 @@ namespace {
 // Starts in one step. More than that is a process that cannot live.
 constexpr int kMostStarts = 40;
 
+// A fail point may end the agent while its disk fails, and the next one cannot
+// begin then.
+bool CouldNotOpenDatabase(const std::string& log) {
+  return kHasFailPoints && log.find("open the running configuration") != std::string::npos &&
+         (log.find("disk I/O error") != std::string::npos ||
+          log.find("disk is full") != std::string::npos);
+}
+
+// It would end again and again until somebody sees to the disk.
+void MendDisk(Node& node) {
+  node.Disturb()->write_fault = WriteFault::kNone;
+  node.Disturb()->sync_fails = 0;
+}
+
 bool IsReadable(int descriptor) {
   pollfd event{descriptor, POLLIN, 0};
   return poll(&event, 1, 0) == 1;
@@ -117,12 +131,13 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
   }
   const bool killed = status == 128 + SIGKILL;
   const bool asked = life.asked_to_end == SIGKILL;
-  const bool has_failed = armed_points_.TakeEnd(node, part, life.armed);
+  const bool has_failed = armed_points_.TakeEnd(node, part, life.armed, killed && !asked);
   if (killed && (asked || (has_failed && life.armed.ends_with(":kill")))) {
     return;
   }
   const bool was_ready = life.process->IsReady();
-  if (status == 1 && !was_ready && life.armed.starts_with("disk_")) {
+  if (part == Part::kAgent && status == 1 && !was_ready && CouldNotOpenDatabase(log)) {
+    MendDisk(node);
     return report_.Count("agentd ended, as it may: it could not open its database");
   }
   // Before it is ready it may not have taken over the signal yet.
