@@ -82,11 +82,11 @@ std::optional<Problem> Candidate::Staleness() const {
     return std::nullopt;
   }
   return Problem{.message =
-                     "commit the candidate: it was opened at commit " +
+                     "commit the candidate: since it was opened, at commit " +
                      std::to_string(draft_->Base()->Txid()) +
-                     " and the running configuration is at commit " +
+                     ", the running configuration was changed (now commit " +
                      std::to_string(datastore_.Running()->Txid()) +
-                     " now; look at the difference of the candidate, then discard it and make its "
+                     "); look at the difference of the candidate, then discard it and make its "
                      "edits anew"};
 }
 

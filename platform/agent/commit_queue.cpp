@@ -77,8 +77,7 @@ Problems CommitQueue::Prepare() {
     if (!prepared) {
       return prepared.Why();
     }
-    changes_ = prepared->difference->Changes();
-    if (const std::size_t size = changes_.ByteSizeLong(); size > kMostChangeBytes) {
+    if (const std::size_t size = prepared->changes.ByteSizeLong(); size > kMostChangeBytes) {
       return {{.message = "commit: the change takes " + std::to_string(size) +
                           " bytes to tell the subscribers, and at most " +
                           std::to_string(kMostChangeBytes) +
@@ -114,7 +113,8 @@ void CommitQueue::Start() {
 }
 
 void CommitQueue::Carry() {
-  Problems problems = datastore_.Publish(std::exchange(prepared_, std::nullopt).value());
+  Prepared prepared = std::exchange(prepared_, std::nullopt).value();
+  Problems problems = datastore_.Publish(prepared);
   if (!problems.empty()) {
     CFM_FAIL_POINT(agent_commit_failed);
     AGENT_LOG_ERROR("commit from %s failed: %s", queue_.front().origin.c_str(),
@@ -126,7 +126,7 @@ void CommitQueue::Carry() {
   AGENT_LOG_INFO("commit %llu from %s is on disk", static_cast<unsigned long long>(txid),
                  queue_.front().origin.c_str());
   Enter(State::kAnnouncing);
-  announcement_.Begin(txid, std::exchange(changes_, {}), [this](std::vector<std::string> warnings) {
+  announcement_.Begin(txid, std::move(prepared.changes), [this](std::vector<std::string> warnings) {
     OnAnnounced(std::move(warnings));
   });
 }
@@ -172,7 +172,6 @@ void CommitQueue::Finish(CommitResult result) {
   queue_.pop_front();
   timer_.Cancel();
   prepared_.reset();
-  changes_.Clear();
   Enter(State::kIdle);
   CFM_FAIL_POINT(agent_locks_granting);
   locks_.GrantWaiting();

@@ -83,9 +83,7 @@ class CommitQueue {
   State state_ = State::kIdle;
   bool advancing_ = false;
   std::deque<CommitRequest> queue_;  // the first is the one in work
-  // Of the commit in work.
-  std::optional<Prepared> prepared_;
-  cfm::agent::Change changes_;
+  std::optional<Prepared> prepared_;  // of the commit in work
 };
 
 }  // namespace agentd

@@ -46,11 +46,12 @@ Result<Prepared> Datastore::Prepare(Draft draft) const {
     return problems;
   }
   auto difference = std::make_unique<Difference>(model_, before.get(), draft.Data().get());
-  return Prepared{std::move(draft), std::move(difference), std::move(usage)};
+  cfm::agent::Change changes = difference->Changes();
+  return Prepared{std::move(draft), std::move(difference), std::move(changes), std::move(usage)};
 }
 
-Problems Datastore::Publish(Prepared prepared) {
-  const std::uint64_t txid = running_->Txid() + 1;
+Problems Datastore::Publish(Prepared& prepared) {
+  const std::uint64_t txid = running_->Txid() + (prepared.changes.children_size() > 0 ? 1 : 0);
   if (Problems problems = store_.Commit(txid, prepared.difference->Rows()); !problems.empty()) {
     return problems;
   }

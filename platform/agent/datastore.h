@@ -20,6 +20,7 @@ namespace agentd {
 struct Prepared {
   Draft draft;
   std::unique_ptr<Difference> difference;
+  cfm::agent::Change changes;  // of values, for subscribers
   Usage usage;
 };
 
@@ -35,9 +36,12 @@ class Datastore {
 
   // Validates an edited draft of the running state and finds what it changes.
   Result<Prepared> Prepare(Draft draft) const;
-  // Makes it durable and then the running state. With problems nothing has
+  // Makes it durable and then the running state, with the next transaction id.
+  // Where no value changes, as by a default that is written down, the id stays:
+  // nobody is told of that, and who knows the values must not seem to lack some.
+  // Of what was prepared only the changes are left. With problems nothing has
   // changed.
-  Problems Publish(Prepared prepared);
+  Problems Publish(Prepared& prepared);
 
  private:
   Tree TakeRunning();

@@ -87,7 +87,7 @@ Problems DatastoreTest::TryCommit(const std::vector<pb::EditOperation>& operatio
     return problems;
   }
   auto prepared = datastore_.Prepare(std::move(draft));
-  return prepared ? datastore_.Publish(std::move(*prepared)) : prepared.Why();
+  return prepared ? datastore_.Publish(*prepared) : prepared.Why();
 }
 
 std::unique_ptr<Difference> DatastoreTest::Compare(

@@ -54,7 +54,7 @@ Problems Disk::Commit(Open& open, const std::vector<pb::EditOperation>& operatio
     return problems;
   }
   auto prepared = open.datastore.Prepare(std::move(draft));
-  return prepared ? open.datastore.Publish(std::move(*prepared)) : prepared.Why();
+  return prepared ? open.datastore.Publish(*prepared) : prepared.Why();
 }
 
 const std::string kLevel = std::string(kEast) + "/level";
@@ -118,6 +118,19 @@ TEST_F(Disk, ADefaultThatWasSaidIsStillSaidAfterReopening) {
   }
   const Open open(File());
   EXPECT_FALSE(explicit_alarm(open));
+}
+
+TEST_F(Disk, ACommitThatChangesNoValueKeepsTheTransactionId) {
+  {
+    Open open(File());
+    EXPECT_THAT(Texts(Commit(open, {Document(EastDocument())})), IsEmpty());
+    EXPECT_THAT(Texts(Commit(open, {SetLeaf(kAlarm, "2500")})), IsEmpty());
+    EXPECT_EQ(open.datastore.Running()->Txid(), 1U);
+  }
+  Open open(File());
+  EXPECT_EQ(open.datastore.Running()->Txid(), 1U);
+  EXPECT_THAT(Texts(Commit(open, {SetLeaf(kAlarm, "3000")})), IsEmpty());
+  EXPECT_EQ(open.datastore.Running()->Txid(), 2U);
 }
 
 TEST_F(Disk, AFullDiskRefusesTheCommitAndTheNextOneWorks) {

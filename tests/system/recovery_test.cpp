@@ -77,6 +77,18 @@ TEST_F(Recovery, TheDaemonStaysWhenTheAgentComesBackWithTheSameConfiguration) {
   EXPECT_EQ(kill(daemon, 0), 0);
 }
 
+TEST_F(Recovery, TheDaemonStaysWhenOnlyADefaultWasWrittenDownWithoutIt) {
+  const CommandResult written = element_.Cfmctl(
+      {"set", "md{metro}/ma{ring-east}/mep{1}/continuity-check/fault-alarm-time", "2500"});
+  ASSERT_EQ(written.status, 0) << written.error;
+  element_.KillAgent();
+  ASSERT_TRUE(element_.StartAgent().AwaitReady()) << element_.Agent().Log();
+  ASSERT_EQ(element_.Cfmctl({"status", "--wait", "20", "--for", "daemon"}).status, 0);
+  ASSERT_EQ(SetLevel("3").status, 0);
+  EXPECT_EQ(element_.Verify().status, 0);
+  EXPECT_FALSE(element_.Daemon().Status()) << element_.Daemon().Log();
+}
+
 TEST_F(Recovery, TheDaemonEndsWithAnErrorWhenTheConfigurationMovedOnWithoutIt) {
   element_.Daemon().Signal(SIGSTOP);
   element_.KillAgent();
