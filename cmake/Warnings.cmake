@@ -13,5 +13,9 @@ if(CFM_WARNINGS_AS_ERRORS)
 endif()
 
 # Source files appear in log records and assertions by their place in the
-# repository.
-add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=)
+# repository, also where ccache with a base directory has made their paths
+# relative to the build.
+file(RELATIVE_PATH CFM_TO_SOURCE "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+string(REGEX REPLACE "/$" "" CFM_TO_SOURCE "${CFM_TO_SOURCE}")
+add_compile_options(-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=
+                    -fmacro-prefix-map=${CFM_TO_SOURCE}/=)

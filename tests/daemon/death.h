@@ -18,9 +18,11 @@ inline testing::Matcher<const std::string&> FatalFault(const std::string& functi
                         testing::HasSubstr(" padded=1 message=[" + message + "]\n"));
 }
 
-// What glibc's assert leaves there.
+// What glibc's assert leaves there, with the source file by its place in the
+// repository.
 inline testing::Matcher<const std::string&> Assertion(const std::string& expression) {
-  return testing::HasSubstr("Assertion `" + expression + "' failed");
+  return testing::AllOf(testing::ContainsRegex(": (config|status)/[a-z_]+\\.(cpp|h):[0-9]+: "),
+                        testing::HasSubstr("Assertion `" + expression + "' failed"));
 }
 
 }  // namespace test
