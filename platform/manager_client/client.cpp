@@ -249,6 +249,9 @@ void Client::Impl::OnAgentState(velmw::AgentState state) noexcept {
     } else {
       CFM_FAIL_POINT(client_agent_lost);
       relay_.AgentWentAway();
+      // While the records of waiting reads are there: an invalidation that could
+      // not be carried out is, before the agent is announced again.
+      requests_.CompleteNow();
     }
   } catch (const std::exception& error) {
     Fail(std::string("cannot have all status sent again: ") + error.what());

@@ -291,9 +291,32 @@ TEST_F(ClientStatus, DropsStatusWhileTheAgentIsAway) {
   EXPECT_THAT(Heard(), IsEmpty());
 }
 
-TEST_F(ClientStatus, CompletesRequestsWhileTheAgentIsAway) {
+// A read that waits for statistics must find its record, and an invalidation that was
+// put off is carried out before the agent is announced again.
+TEST_F(ClientStatus, CompletesRequestsAtOnceWhenTheAgentGoesAway) {
+  client_->RequestStatistics();
   client_->RequestStatistics();
   Announce(AgentState::kDown);
+  EXPECT_THAT(Heard(), ElementsAre("finished", "finished"));
+  Announce(AgentState::kUp);
+  EXPECT_THAT(Heard(), ElementsAre("invalidated"));
+  Say({LocalStatistics(1, 3), Finished(1), Finished(2)});
+  EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 1 3"));
+}
+
+TEST_F(ClientStatus, TellsZerosOfWhatWasClearedWhenTheAgentGoesAway) {
+  Say({LocalStatus(1)});
+  client_->RequestStatistics();
+  client_->ClearStatistics(nullptr, nullptr, 0);
+  receiver_.calls.clear();
+  Announce(AgentState::kDown);
+  EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 1 0", "finished"));
+}
+
+TEST_F(ClientStatus, CompletesRequestsThatAreMadeWhileTheAgentIsAway) {
+  Announce(AgentState::kDown);
+  client_->RequestStatistics();
+  EXPECT_THAT(Heard(), IsEmpty());
   Say({LocalStatistics(1, 3), Finished(1)});
   EXPECT_THAT(Heard(), ElementsAre("local statistics east blue 1 3", "finished"));
 }
@@ -319,8 +342,8 @@ TEST_F(ClientStatus, WaitsForTheLastOfSeveralResends) {
 }
 
 TEST_F(ClientStatus, CompletesRequestsBeforeItInvalidatesForTheAgent) {
-  client_->RequestStatistics();
   Announce(AgentState::kDown);
+  client_->RequestStatistics();
   EXPECT_THAT(Heard(), IsEmpty());
   Announce(AgentState::kUp);
   EXPECT_THAT(Heard(), ElementsAre("finished", "invalidated"));
