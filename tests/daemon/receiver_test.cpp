@@ -179,6 +179,15 @@ TEST_F(StatusReceiver, AnEarlyInvalidationIsReplayedOnceByRegister) {
   EXPECT_THAT(notes_, testing::Not(testing::Contains("7")));
 }
 
+TEST_F(StatusReceiver, AnInvalidationThatWasDeliveredIsNotReplayed) {
+  RegisterAll(receiver_);
+  receiver_.HandleStatusInvalidated();
+  RegisterNothing(receiver_);
+  notes_.clear();
+  RegisterAll(receiver_);
+  EXPECT_THAT(notes_, IsEmpty());
+}
+
 TEST_F(StatusReceiver, WithoutAnEarlyInvalidationRegisterCallsNothing) {
   RegisterAll(receiver_);
   EXPECT_THAT(notes_, IsEmpty());
