@@ -216,6 +216,29 @@ TEST_F(StatusRecord, ARemoteRecordThatCannotBeCreatedIsGivenUpAndItsKeyIsLost) {
   EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Remote(1, "")));
 }
 
+// Nothing is kept under it, and the pool is empty once the other 8191 are taken.
+TEST_F(StatusRecordDeath, TheKeyOfALocalRecordThatCannotBeCreatedDoesNotComeBack) {
+  fake::FailCdb(Local(0, ""), "no space");
+  UpdateLocal();
+  EXPECT_EXIT(MepOf(0), ExitedWithCode(1), HasSubstr("Invalid key 0"));
+  for (int mep = 1; mep < 8192; ++mep) {
+    status_.LocalMepUpdate("B", "y", mep, LocalStatus());
+  }
+  EXPECT_EXIT(UpdateLocal(), ExitedWithCode(1), HasSubstr("No more keys"));
+}
+
+TEST_F(StatusRecordDeath, TheKeyOfARemoteRecordThatCannotBeCreatedDoesNotComeBack) {
+  fake::FailCdb(Remote(0, ""), "no space");
+  UpdateRemote();
+  EXPECT_EXIT(MepOf(0), ExitedWithCode(1), HasSubstr("Invalid key 0"));
+  EXPECT_EXIT(LastStateChange(0), ExitedWithCode(1),
+              HasSubstr("Error getting last change: Invalid key 0"));
+  for (int mep = 1; mep < 8192; ++mep) {
+    status_.RemoteMepUpdate("B", "y", 5, mep, RemoteStatus());
+  }
+  EXPECT_EXIT(UpdateRemote(), ExitedWithCode(1), HasSubstr("No more keys"));
+}
+
 TEST_F(StatusRecord, ALocalLeafThatCannotBeWrittenIsLoggedAndTheOthersAreWritten) {
   const char* const kLeaves[] = {"md",
                                  "ma",
