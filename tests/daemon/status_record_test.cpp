@@ -80,6 +80,17 @@ TEST_F(StatusRecordDeath, ALocalMepHasNoLastStateChange) {
       FatalFault("GetLastChange", "Error getting last change: Invalid key 0", "status.cpp"));
 }
 
+TEST_F(StatusRecord, ALocalRecordThatTakesTheKeyOfARemoteOneHasItsAge) {
+  fake::SetUptime(160);
+  UpdateRemote();
+  status_.ConfdConnected(ELEM_CONFD_PHASE_2);
+  status_.InvalidateAllStatus();
+  Happened();
+  UpdateLocal();
+  EXPECT_THAT(Happened(), Contains("cdb_create 40 " + Local(0, "")));
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(1min ago)");
+}
+
 TEST_F(StatusRecord, DefectsAreLettersAndTheLastOneIsTheHighest) {
   const struct {
     bool defects[cfm::kDefectCount];

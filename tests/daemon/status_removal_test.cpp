@@ -52,6 +52,13 @@ TEST_F(StatusRemovalDeath, TheRecordOfAMepThatIsGoneHasNoMep) {
   EXPECT_EXIT(MepOf(1), ExitedWithCode(1), HasSubstr("Invalid key 1"));
 }
 
+TEST_F(StatusRemoval, TheAgeOfARemoteMepOutlivesItsRecord) {
+  fake::SetUptime(160);
+  UpdateRemote();
+  status_.RemoteMepDelete("A", "x", 5, 7);
+  EXPECT_EQ(LastStateChange(0), "reply 7: C_STR(1min ago)");
+}
+
 TEST_F(StatusRemoval, ADeleteOfAnUnknownMepIsLoggedAndChangesNothing) {
   UpdateLocal();
   Happened();
