@@ -53,6 +53,11 @@ class Actions : public PlatformTest {
     return callpoint_.GetConfdValueFromCache(value, &keypath);
   }
   bool IsCached(const cfm::MepInfo& local_mep) { return IsCached(tag::kMepCcmsSent, local_mep); }
+  // Of local MEP 5 and of remote MEP 7.
+  void ExpectCached(const std::string& md, const std::string& ma, bool expected) {
+    EXPECT_EQ(IsCached({md, ma, 5}), expected) << md << ' ' << ma;
+    EXPECT_EQ(IsCached(tag::kRmepCcmsReceived, {md, ma, 7}), expected) << md << ' ' << ma;
+  }
 
   VelConfdInterface* connection_ = nullptr;
   cfm::StatusData data_{&connection_};
@@ -111,6 +116,7 @@ TEST_F(Actions, AnMaWithoutAnMdBeforeItIsLoggedAsNull) {
       Perform({Parameter(tag::kMa, Buf("x")), Parameter(tag::kMd, Buf("A"))}, CONFD_OK),
       ElementsAre(kReceived, "10 Parameter MA=(null) received", "10 Parameter MD=A received",
                   "10 MEP to have the statistics cleared: MD: A, MA: x, MEP: <any>", kCleared));
+  EXPECT_THAT(fake::ClearRequests(), ElementsAre(fake::ClearRequest{"A", "x", 0}));
 }
 
 TEST_F(Actions, AMepIdTakesTheLow16BitsAndIsShownWithASign) {
@@ -128,11 +134,13 @@ TEST_F(Actions, AMepIdTakesTheLow16BitsAndIsShownWithASign) {
 }
 
 TEST_F(Actions, MepZeroStandsForAnyAndALaterParameterWins) {
+  callpoint_.HandleStatisticsLocalMep("A", "x", 6, {});
   EXPECT_THAT(
       Perform({Parameter(tag::kMep, Int32(5)), Parameter(tag::kMep, Int32(0))}, CONFD_OK),
       testing::Contains("10 MEP to have the statistics cleared: MD: <any>, MA: <any>, MEP: <any>"));
   EXPECT_THAT(fake::ClearRequests(),
               ElementsAre(fake::ClearRequest{std::nullopt, std::nullopt, 0}));
+  EXPECT_FALSE(IsCached({"A", "x", 6}));
 }
 
 TEST_F(Actions, ALaterNameWinsToo) {
@@ -221,16 +229,19 @@ TEST_F(Actions, WithoutParametersBothCachesAreEmptied) {
 
 TEST_F(Actions, AnMdOrAnMaAloneClearsItsEntriesOnly) {
   for (const char* md : {"A", "B"}) {
-    callpoint_.HandleStatisticsLocalMep(md, "x", 5, {});
-    callpoint_.HandleStatisticsLocalMep(md, "y", 5, {});
+    for (const char* ma : {"x", "y"}) {
+      callpoint_.HandleStatisticsLocalMep(md, ma, 5, {});
+      callpoint_.HandleStatisticsRemoteMep(md, ma, 5, 7, {});
+    }
   }
   Perform({Parameter(tag::kMd, Buf("A"))}, CONFD_OK);
-  EXPECT_FALSE(IsCached({"A", "x", 5}));
-  EXPECT_FALSE(IsCached({"A", "y", 5}));
-  EXPECT_TRUE(IsCached({"B", "x", 5}));
+  ExpectCached("A", "x", false);
+  ExpectCached("A", "y", false);
+  ExpectCached("B", "x", true);
+  ExpectCached("B", "y", true);
   Perform({Parameter(tag::kMa, Buf("x"))}, CONFD_OK);
-  EXPECT_FALSE(IsCached({"B", "x", 5}));
-  EXPECT_TRUE(IsCached({"B", "y", 5}));
+  ExpectCached("B", "x", false);
+  ExpectCached("B", "y", true);
   EXPECT_THAT(fake::ClearRequests(), ElementsAre(fake::ClearRequest{"A", std::nullopt, 0},
                                                  fake::ClearRequest{std::nullopt, "x", 0}));
 }

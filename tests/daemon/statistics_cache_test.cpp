@@ -128,6 +128,7 @@ TEST_F(StatisticsCache, ARemoteMepSeenByTwoLocalMepsHasOneEntry) {
 TEST_F(StatisticsCache, ClearingTakesTheMatchingEntriesInTheirOrderLocalOnesFirst) {
   StoreRemote("A", 5);
   StoreRemote("AA", 5);
+  StoreRemote("B", 6);
   StoreLocal("B", 5);
   StoreLocal("A", 6);
   StoreLocal("A", 5);
@@ -145,6 +146,11 @@ TEST_F(StatisticsCache, ClearingTakesTheMatchingEntriesInTheirOrderLocalOnesFirs
       ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache",
                   "10 ClearStatisticsCache: Local MEP statistics cleared: MD: B, MA: x, MEP: 5",
                   "10 ClearStatisticsCache: Remote MEP statistics cleared: MD: AA, MA: x, MEP: 5"));
+  callpoint_.ClearStatisticsCache({"", "", 0});
+  EXPECT_THAT(
+      Messages(),
+      ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache",
+                  "10 ClearStatisticsCache: Remote MEP statistics cleared: MD: B, MA: x, MEP: 6"));
   callpoint_.ClearStatisticsCache({"", "", 0});
   EXPECT_THAT(Messages(), ElementsAre("10 ClearStatisticsCache: Clearing statistics from cache"));
 }
