@@ -42,6 +42,9 @@ TEST_F(StatisticsCallpoint, ARecentEntryIsAnsweredAtOnce) {
       ElementsAre(
           "10 GetElemCallback: GetElemCallback called to {1}/0x241a391a (MD A, MA x, MEP 5)",
           "10 GetElemCallback: Data in cache is recent"));
+  fake::SetUptime(1001);
+  EXPECT_EQ(Read(tag::kMepCcmsSent, 1, 8), CONFD_OK);
+  EXPECT_EQ(Happened().back(), "reply 8: C_UINT64(18364758544493064720)");
   EXPECT_EQ(fake::StatisticsRequests(), 0);
 }
 
@@ -94,6 +97,10 @@ TEST_F(StatisticsCallpoint, AParkedReadIsAnsweredAtTheEndOfTheStatistics) {
                                       "{1}/0x241a391a"));
   callpoint_.HandleStatisticsFinished();
   EXPECT_THAT(Happened(), Not(Contains(HasSubstr("reply"))));
+  EXPECT_EQ(Read(tag::kRmepCcmsReceived, 3, 22), CONFD_DELAYED_RESPONSE);
+  StoreRemote("A", 7, {43});
+  callpoint_.HandleStatisticsFinished();
+  EXPECT_EQ(Happened().back(), "reply 22: C_UINT32(43)");
 }
 
 // The age of the entry no longer matters.
@@ -173,6 +180,8 @@ TEST_F(StatisticsCallpoint, AnUnknownLeafIsNeverAnsweredAndHoldsBackTheReadsBehi
 TEST_F(StatisticsCallpoint, AnEntryThatWasClearedMeanwhileLeavesTheReadAtTheFront) {
   Read(tag::kMepCcmsSent, 1, 21);
   callpoint_.ClearStatisticsCache({"", "", 0});
+  Read(tag::kMepCcmsSent, 2, 22);
+  Happened();
   Messages();
   callpoint_.HandleStatisticsFinished();
   EXPECT_THAT(Messages(),
@@ -181,9 +190,14 @@ TEST_F(StatisticsCallpoint, AnEntryThatWasClearedMeanwhileLeavesTheReadAtTheFron
                           "12 GetConfdValueFromCache: Error: Cache not found (Local MD A, MA x, "
                           "MEP 5)",
                           "11 HandleStatisticsFinished: Error getting data from cache"));
+  EXPECT_THAT(Happened(), Not(Contains(HasSubstr("reply"))));
   StoreLocal("A", 5, {8, 0, 0, 0});
+  StoreLocal("A", 6, {9, 0, 0, 0});
   callpoint_.HandleStatisticsFinished();
-  EXPECT_EQ(Happened().back(), "reply 21: C_UINT64(8)");
+  EXPECT_THAT(Happened(), testing::AllOf(Contains("reply 21: C_UINT64(8)"),
+                                         Not(Contains(HasSubstr("reply 22")))));
+  callpoint_.HandleStatisticsFinished();
+  EXPECT_EQ(Happened().back(), "reply 22: C_UINT64(9)");
 }
 
 // It takes an entry that goes while it is being answered.
