@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <string>
@@ -187,6 +188,38 @@ TEST(RecordLayout, Statistics) {
   EXPECT_EQ(sizeof(Local), 24u);
   Layout().Next(&cfm::st_rmep_stats::rmep_counter, 4);
   EXPECT_EQ(sizeof(cfm::st_rmep_stats), 4u);
+}
+
+template <typename Enumerator>
+struct Numbered {
+  Enumerator enumerator;
+  int number;
+};
+
+template <typename Enumerator, std::size_t N>
+constexpr bool AreNumbered(const Numbered<Enumerator> (&rows)[N]) {
+  return std::ranges::all_of(
+      rows, [](const auto& row) { return static_cast<int>(row.enumerator) == row.number; });
+}
+
+// What the manager's client sends is the numbers.
+TEST(RecordLayout, EnumeratorsHaveTheirNumbers) {
+  using Interface = cfm::InterfaceStatus;
+  static_assert(AreNumbered<Interface>({{Interface::kNoTlv, 0},
+                                        {Interface::kIsUp, 1},
+                                        {Interface::kIsDown, 2},
+                                        {Interface::kIsTesting, 3},
+                                        {Interface::kIsUnknown, 4},
+                                        {Interface::kIsDormant, 5},
+                                        {Interface::kIsNotPresent, 6},
+                                        {Interface::kIsLowerLayerDown, 7}}));
+  using Port = cfm::PortStatus;
+  static_assert(AreNumbered<Port>({{Port::kNoTlv, 0}, {Port::kBlocked, 1}, {Port::kUp, 2}}));
+  using Block = cfm::BlockState;
+  static_assert(AreNumbered<Block>(
+      {{Block::kNotApplicable, 0}, {Block::kForwarding, 1}, {Block::kBlocked, 2}}));
+  static_assert(AreNumbered<cfm::en_rmep_state>(
+      {{cfm::RMEP_IDLE, 0}, {cfm::RMEP_START, 1}, {cfm::RMEP_FAILED, 2}, {cfm::RMEP_OK, 3}}));
 }
 
 TEST(RecordLayout, MaintenanceDomain) {
