@@ -72,7 +72,8 @@ class ConfigHandler : public BaseHandler {
 class DataHandler : public BaseHandler {
  public:
   // One data callpoint. The default of every callback but GetCallpoint
-  // returns CONFD_ERR.
+  // returns CONFD_ERR. This framework calls GetElemCallback and
+  // GetNextCallback only; the others keep the places of the element's own.
   class Callpoint {
    public:
     Callpoint() = default;
@@ -132,7 +133,8 @@ class ActionHandler : public BaseHandler {
   // Returns CONFD_OK or CONFD_ERR. The arguments are valid during the call.
   virtual int ActionCb(confd_user_info* user, xml_tag* name, confd_hkeypath_t* keypath,
                        confd_tag_value_t* params, int nparams) = 0;
-  // Completion of an argument on a command line. Returns CONFD_ERR.
+  // Completion of an argument on a command line. Returns CONFD_ERR. Not called
+  // by this framework.
   virtual int CompletionCb(confd_user_info* user, int cli_style, char* token, int completion_char,
                            confd_hkeypath_t* keypath, char* cmdpath, char* cmdparam_id,
                            confd_qname* simple_type, char* extra);
