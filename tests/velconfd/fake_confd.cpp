@@ -313,12 +313,13 @@ struct FakeCalls {
     return result;
   }
 
-  static int Subscribe(int sock, int priority, int* point, const char* path) {
+  static int Subscribe(int sock, int priority, int name_space, int* point, const char* path) {
     const int result = agent->EnterOn(sock, "subscribe");
     if (result == CONFD_OK) {
       *point = agent->next_subscription_++;
       agent->subscriptions_[*point] = {path, priority};
-      agent->journal_.push_back(std::string("subscribe ") + path);
+      agent->journal_.push_back(std::string("subscribe ") + path + " " +
+                                std::to_string(static_cast<std::uint32_t>(name_space)));
     }
     return result;
   }
@@ -357,12 +358,12 @@ struct FakeCalls {
   using Iterate = confd_iter_ret (*)(confd_hkeypath_t*, confd_iter_op, confd_value_t*,
                                      confd_value_t*, void*);
 
-  static int Diff(int sock, int id, Iterate iterate, void* state) {
+  static int Diff(int sock, int id, Iterate iterate, int flags, void* state) {
     const int result = agent->EnterOn(sock, "diff");
     if (result != CONFD_OK) {
       return result;
     }
-    Walk walk{iterate, state, agent->subscriptions_.at(id).path, {}};
+    Walk walk{iterate, state, (flags & ITER_WANT_PREV) != 0, agent->subscriptions_.at(id).path, {}};
     for (const Node& node : agent->root_.children) {
       if (Visit(walk, node, "") == ITER_STOP) {
         break;
@@ -375,6 +376,7 @@ struct FakeCalls {
   struct Walk {
     Iterate iterate;
     void* state;
+    bool wants_old;
     std::string point;  // ends with a slash
     std::vector<std::pair<std::string, const Node*>> branch;
   };
@@ -417,7 +419,7 @@ struct FakeCalls {
     CONFD_SET_INT32(&old_value, node.old_value.value_or(0));
     CONFD_SET_INT32(&new_value, node.new_value.value_or(0));
     return walk.iterate(keypath.get(), static_cast<confd_iter_op>(node.op),
-                        node.old_value ? &old_value : nullptr,
+                        node.old_value && walk.wants_old ? &old_value : nullptr,
                         node.new_value ? &new_value : nullptr, walk.state);
   }
 
@@ -480,8 +482,8 @@ int cdb_end_session(int sock) {
 int cdb_get_txid(int sock, struct cdb_txid* txid) {
   return FakeCalls::Txid(sock, txid);
 }
-int cdb_subscribe(int sock, int prio, int, int* spoint, const char* fmt, ...) {
-  return FakeCalls::Subscribe(sock, prio, spoint, fmt);
+int cdb_subscribe(int sock, int prio, int nspace, int* spoint, const char* fmt, ...) {
+  return FakeCalls::Subscribe(sock, prio, nspace, spoint, fmt);
 }
 int cdb_subscribe_done(int sock) {
   return FakeCalls::SubscribeDone(sock);
@@ -489,8 +491,8 @@ int cdb_subscribe_done(int sock) {
 int cdb_read_subscription_socket(int sock, int sub_points[], int* resultlen) {
   return FakeCalls::ReadNotification(sock, sub_points, resultlen);
 }
-int cdb_diff_iterate(int sock, int subid, FakeCalls::Iterate iter, int, void* initstate) {
-  return FakeCalls::Diff(sock, subid, iter, initstate);
+int cdb_diff_iterate(int sock, int subid, FakeCalls::Iterate iter, int flags, void* initstate) {
+  return FakeCalls::Diff(sock, subid, iter, flags, initstate);
 }
 int cdb_sync_subscription_socket(int sock, enum cdb_subscription_sync_type) {
   return FakeCalls::Sync(sock);

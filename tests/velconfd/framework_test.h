@@ -8,6 +8,7 @@
 #include <velconfd/app_interface.h>
 #include <velconfd/cdb_session.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -58,6 +59,9 @@ class Noting : public Base {
   Notes notes_;
 };
 
+// Of every point: a hash that no int holds, though the C API takes one.
+inline constexpr std::uint32_t kNamespace = 4'000'000'007;
+
 class NotingConfig : public Noting<velconfd::ConfigHandler> {
  public:
   using Noting::Noting;
@@ -65,7 +69,7 @@ class NotingConfig : public Noting<velconfd::ConfigHandler> {
   // Points of MEPs, MAs and MDs in this order.
   void AddPoint(const char* path, int priority = 0) {
     points_.push_back(
-        {priority, 1, path, 0,
+        {priority, kNamespace, path, 0,
          [this](confd_hkeypath* keypath, confd_iter_op op, confd_value* old_value,
                 confd_value* new_value) { return Changed(*keypath, op, old_value, new_value); }});
   }
@@ -166,6 +170,12 @@ class NotingStatus : public Noting<velconfd::StatusHandler> {
   std::vector<Callpoint*> callpoints_;
 };
 
+struct GivenLists {
+  std::vector<velconfd::ConfigHandler*> config;
+  std::vector<velconfd::ActionHandler*> action;
+  std::vector<velconfd::DataHandler*> data;
+};
+
 class FrameworkTest : public testing::Test {
  protected:
   FrameworkTest() {
@@ -178,10 +188,13 @@ class FrameworkTest : public testing::Test {
     status_.AddCallpoint(level_);
   }
 
+  // The framework keeps copies of the lists: they are empty afterwards.
   void Build() {
-    app_ = std::make_unique<velconfd::AppInterface>(
-        &middleware_, TestCategory(), "cfm-app", std::vector<velconfd::ConfigHandler*>{&config_},
-        action_handlers_, data_handlers_, ELEM_CONFD_PHASE_2, 0);
+    given_ = {{&config_}, action_handlers_, data_handlers_};
+    app_ = std::make_unique<velconfd::AppInterface>(&middleware_, TestCategory(), "cfm-app",
+                                                    given_.config, given_.action, given_.data,
+                                                    ELEM_CONFD_PHASE_2, 0);
+    given_ = {};
   }
 
   // Dispatches until the journal holds the line so many times.
@@ -212,6 +225,7 @@ class FrameworkTest : public testing::Test {
   NotingStatus status_{"status", notes_};
   std::vector<velconfd::ActionHandler*> action_handlers_{&action_};
   std::vector<velconfd::DataHandler*> data_handlers_{&status_};
+  GivenLists given_;
   std::unique_ptr<velconfd::AppInterface> app_;
 };
 

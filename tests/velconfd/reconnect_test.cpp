@@ -30,12 +30,13 @@ TEST_F(ReconnectTest, TheSameConfigurationIsServedOnWithoutLoadOrApply) {
   ASSERT_TRUE(Await("agent up"));
   EXPECT_THAT(
       journal_,
-      ElementsAre("lock", "txid", "subscribe /config/oam/cfm/md/ma/mep/",
-                  "subscribe /config/oam/cfm/md/ma/", "subscribe /config/oam/cfm/md/",
-                  "subscribe done", "end session", "config connected 2", "action connected 2",
-                  "status connected 2", "connect control", "connect worker",
-                  "register transactions", "register callpoint statistics",
-                  "register callpoint level", "register action act", "register done", "agent up"));
+      ElementsAre("lock", "txid", "subscribe /config/oam/cfm/md/ma/mep/ 4000000007",
+                  "subscribe /config/oam/cfm/md/ma/ 4000000007",
+                  "subscribe /config/oam/cfm/md/ 4000000007", "subscribe done", "end session",
+                  "config connected 2", "action connected 2", "status connected 2",
+                  "connect control", "connect worker", "register transactions",
+                  "register callpoint statistics", "register callpoint level",
+                  "register action act", "register done", "agent up"));
 }
 
 TEST_F(ReconnectTest, AnotherConfigurationEndsTheLoopBeforeAHandlerIsCalled) {

@@ -26,14 +26,14 @@ TEST_F(StartTest, ConnectsLoadsUnderTheLockAppliesAndThenServes) {
   Build();
   ASSERT_TRUE(Await("ready"));
   EXPECT_THAT(journal_,
-              ElementsAre("lock", "txid", "subscribe /config/oam/cfm/md/ma/mep/",
-                          "subscribe /config/oam/cfm/md/ma/", "subscribe /config/oam/cfm/md/",
-                          "subscribe done", "config connected 2", "action connected 2",
-                          "status connected 2", "config load", "txid", "end session",
-                          "config apply initial", "connect control", "connect worker",
-                          "register transactions", "register callpoint statistics",
-                          "register callpoint level", "register action act", "register done",
-                          "agent up", "ready"));
+              ElementsAre("lock", "txid", "subscribe /config/oam/cfm/md/ma/mep/ 4000000007",
+                          "subscribe /config/oam/cfm/md/ma/ 4000000007",
+                          "subscribe /config/oam/cfm/md/ 4000000007", "subscribe done",
+                          "config connected 2", "action connected 2", "status connected 2",
+                          "config load", "txid", "end session", "config apply initial",
+                          "connect control", "connect worker", "register transactions",
+                          "register callpoint statistics", "register callpoint level",
+                          "register action act", "register done", "agent up", "ready"));
   EXPECT_THAT(LogRecords().back().text, StartsWith("Connected to the agent at "));
 }
 
