@@ -143,7 +143,12 @@ void DataSession::Fetch(const cfm::agent::Fetch& request) {
   CFM_FAIL_POINT(agent_fetched);
 }
 
+// Judged before it may wait: what is thrown when it goes on would end the loop,
+// and not this connection.
 void DataSession::Write(const OperationalWrite& request) {
+  if (!OperationalWrite::Operation_IsValid(request.operation())) {
+    throw ipc::ProtocolError("an unknown operation on operational data");
+  }
   if (const Problems problems = CheckSession("write"); !problems.empty()) {
     return SendProblems(peer_, problems);
   }
@@ -167,10 +172,8 @@ void DataSession::Write(const OperationalWrite& request) {
       return Answer(request, store.Create(request.path()));
     case OperationalWrite::SET:
       return Answer(request, store.Set(request.path(), request.value()));
-    case OperationalWrite::DELETE:
-      return Delete(request);
     default:
-      throw ipc::ProtocolError("an unknown operation on operational data");
+      return Delete(request);
   }
 }
 

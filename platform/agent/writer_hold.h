@@ -21,6 +21,8 @@ class WriterHold {
   // Only for whoever is not kept waiting.
   void Take(Owner owner) { holder_ = owner; }
   // Calls back once, from the loop, when nobody has it; Release takes it back.
+  // What it throws ends the agent: whatever a peer may have got wrong is looked
+  // at before it waits.
   void Wait(Owner owner, std::function<void()> resume) { waiting_[owner] = std::move(resume); }
   // Whatever the owner has or waits for.
   void Release(Owner owner);

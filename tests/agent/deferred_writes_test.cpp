@@ -148,6 +148,22 @@ TEST_F(DeferredWritesTest, HoldOthersOffUntilTheSessionEnds) {
   EXPECT_EQ(third.Receive().errors_size(), 0);
 }
 
+TEST_F(DeferredWritesTest, HoldNoUnknownWriteOffWhichEndsItsOwnConnectionOnly) {
+  Create(0);
+  DeleteHolding(0);
+  Client other(agent_, pb::ROLE_CDB_DATA, "other");
+  other.StartSession(CDB_OPERATIONAL, 0);
+  pb::Request unknown;
+  *unknown.mutable_operational_write() =
+      Write(static_cast<pb::OperationalWrite::Operation>(7), EntryPath("local", 9));
+  other.Send(unknown);
+  Client front(agent_, pb::ROLE_FRONT_END);
+  front.Status();  // the agent has come so far
+  client_.EndSession();
+  EXPECT_TRUE(other.IsClosed());
+  EXPECT_EQ(Client(agent_, pb::ROLE_FRONT_END).Status().connections_size(), 1);
+}
+
 TEST_F(DeferredWritesTest, HoldNobodyOffOnceTheirProgramIsGone) {
   Create(0);
   DeleteHolding(0);
