@@ -42,10 +42,11 @@ bool IsConfdRole(cfm::agent::Role role) {
 
 }  // namespace
 
-Connection::Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin origin,
-                       const Services& services, Forget forget)
+Connection::Connection(sd_event* loop, ipc::UniqueFd socket, std::uint64_t number, Who who,
+                       Origin origin, const Services& services, Forget forget)
     : services_(services),
       forget_(std::move(forget)),
+      number_(number),
       who_(std::move(who)),
       origin_(origin),
       channel_(
@@ -86,7 +87,7 @@ bool Connection::KeepsWaiting(pid_t pid) const {
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();
-  forget_(this);
+  forget_(number_);
 }
 
 void Connection::OnFrame(std::string_view payload) {
@@ -161,7 +162,7 @@ void Connection::OnClosed(const std::string& reason) {
   if (reason != "closed by the peer") {
     AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   }
-  forget_(this);
+  forget_(number_);
 }
 
 }  // namespace agentd

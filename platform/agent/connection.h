@@ -25,11 +25,11 @@ class Connection : public Peer {
     std::string user{};
     ipc::Access access = ipc::Access::kFull;
   };
-  // Destroys the connection.
-  using Forget = std::function<void(Connection* connection)>;
+  // Destroys the connection of that number.
+  using Forget = std::function<void(std::uint64_t number)>;
 
-  Connection(sd_event* loop, ipc::UniqueFd socket, Who who, Origin origin, const Services& services,
-             Forget forget);
+  Connection(sd_event* loop, ipc::UniqueFd socket, std::uint64_t number, Who who, Origin origin,
+             const Services& services, Forget forget);
 
   void Send(const cfm::agent::FromAgent& message) override;
   void Drop(const std::string& reason) override;
@@ -55,6 +55,7 @@ class Connection : public Peer {
 
   Services services_;
   Forget forget_;
+  std::uint64_t number_;
   Who who_;
   Origin origin_;
   std::string name_ = "client";

@@ -3,7 +3,6 @@
 #define AGENT_LOCK_TABLE_H
 
 #include <functional>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -14,9 +13,12 @@ class LockTable {
   // Stands for the session that asks.
   using Owner = const void*;
 
-  void Take(Owner owner, std::string name) { holders_[owner] = std::move(name); }
+  // For one that has none.
+  void Take(Owner owner, std::string name) { holders_.push_back({owner, std::move(name)}); }
   // Calls back once when GrantWaiting is called; Release takes it back.
-  void Wait(Owner owner, std::function<void()> granted) { waiting_[owner] = std::move(granted); }
+  void Wait(Owner owner, std::function<void()> granted) {
+    waiting_.push_back({owner, std::move(granted)});
+  }
   // Whatever the owner has or waits for.
   void Release(Owner owner);
   void GrantWaiting();
@@ -28,8 +30,18 @@ class LockTable {
   void OnFree(std::function<void()> on_free) { on_free_ = std::move(on_free); }
 
  private:
-  std::map<Owner, std::string> holders_;
-  std::map<Owner, std::function<void()>> waiting_;
+  struct Holder {
+    Owner owner;
+    std::string name;
+  };
+  struct Waiting {
+    Owner owner;
+    std::function<void()> granted;
+  };
+
+  // In the order of their coming.
+  std::vector<Holder> holders_;
+  std::vector<Waiting> waiting_;
   std::function<void()> on_free_;
 };
 

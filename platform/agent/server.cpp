@@ -38,14 +38,14 @@ Server::Server(sd_event* loop, const Doors& doors, const Services& services)
 }
 
 void Server::AddTo(cfm::agent::Status& status) const {
-  for (const auto& [key, connection] : connections_) {
+  for (const auto& [number, connection] : connections_) {
     connection->AddTo(status);
   }
 }
 
 std::string Server::Unfinished() const {
   std::string names;
-  for (const auto& [key, connection] : connections_) {
+  for (const auto& [number, connection] : connections_) {
     if (connection->IsAtWork()) {
       names += (names.empty() ? "" : ", ") + connection->Describe();
     }
@@ -54,7 +54,7 @@ std::string Server::Unfinished() const {
 }
 
 void Server::GiveUp() {
-  for (const auto& [key, connection] : connections_) {
+  for (const auto& [number, connection] : connections_) {
     connection->GiveUp();
   }
 }
@@ -82,10 +82,11 @@ void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {
 }
 
 void Server::Add(ipc::UniqueFd socket, Connection::Who who, Connection::Origin origin) {
-  auto connection =
-      std::make_unique<Connection>(loop_, std::move(socket), std::move(who), origin, services_,
-                                   [this](Connection* gone) { connections_.erase(gone); });
-  connections_.emplace(connection.get(), std::move(connection));
+  const std::uint64_t number = ++last_connection_;
+  connections_.emplace(number,
+                       std::make_unique<Connection>(
+                           loop_, std::move(socket), number, std::move(who), origin, services_,
+                           [this](std::uint64_t gone) { connections_.erase(gone); }));
 }
 
 }  // namespace agentd

@@ -42,7 +42,8 @@ class Server {
   sd_event* loop_;
   ipc::Owner owner_;
   Services services_;
-  std::map<Connection*, std::unique_ptr<Connection>> connections_;
+  std::uint64_t last_connection_ = 0;
+  std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;  // in the order of coming
   ipc::Listener listener_;
   std::optional<LoopbackListener> loopback_;
 };

@@ -5,7 +5,7 @@
 namespace agentd {
 
 void WriterHold::Release(Owner owner) {
-  waiting_.erase(owner);
+  waiting_.remove_if([owner](const Waiting& each) { return each.owner == owner; });
   if (holder_ == owner) {
     holder_ = nullptr;
     soon_.Set(std::chrono::microseconds(0));
@@ -15,8 +15,9 @@ void WriterHold::Release(Owner owner) {
 // Whoever resumes may take the hold again: the others go on waiting.
 void WriterHold::Resume() {
   while (holder_ == nullptr && !waiting_.empty()) {
-    const auto next = waiting_.extract(waiting_.begin());
-    next.mapped()();
+    const auto resume = std::move(waiting_.front().resume);
+    waiting_.pop_front();
+    resume();
   }
 }
 

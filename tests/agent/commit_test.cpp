@@ -335,6 +335,29 @@ TEST_F(ImpatientCommit, IsRefusedNamingTheHolderOfALockThatStays) {
   EXPECT_EQ(front.Edit({SetLeaf(kLevel, "4")}).txid(), 2U);
 }
 
+TEST_F(ImpatientCommit, IsRefusedNamingAllHoldersInTheOrderInWhichTheyCame) {
+  // Connections that come later take the memory of those that have gone.
+  std::vector<Client> gone;
+  for (int i = 0; i < 4; ++i) {
+    gone.push_back(Impatient(pb::ROLE_CDB_DATA, "gone"));
+  }
+  std::vector<Client> lockers;
+  lockers.push_back(Impatient(pb::ROLE_CDB_DATA, "one"));
+  gone.clear();
+  Impatient(pb::ROLE_FRONT_END).Status();
+  for (const char* name : {"two", "three", "four"}) {
+    lockers.push_back(Impatient(pb::ROLE_CDB_DATA, name));
+  }
+  for (Client& locker : lockers) {
+    locker.StartSession(CDB_RUNNING, kLocked);
+    locker.Receive();
+  }
+  const pb::Reply reply = Impatient(pb::ROLE_FRONT_END).Edit({SetLeaf(kLevel, "4")});
+  ASSERT_EQ(reply.errors_size(), 1);
+  EXPECT_THAT(reply.errors(0).message(),
+              ::testing::ContainsRegex("one [^,]*, two [^,]*, three [^,]*, four"));
+}
+
 TEST_F(Commit, MakesALockWaitOrIsRefusedIt) {
   Client subscriber = Subscriber(0);
   Client front = Front();

@@ -1,6 +1,8 @@
 // Writes without a reply, and what tells programs that they may be made.
 #include <confd_cdb.h>
 
+#include <regex>
+
 #include "fixture.h"
 #include "operational_paths.h"
 #include "provider_fixture.h"
@@ -49,6 +51,18 @@ class DeferredWritesTest : public ::testing::Test {
       *request.mutable_deferred_writes()->add_writes() = write;
     }
     client_.Send(request);
+  }
+
+  // In the order of their creation.
+  std::vector<std::string> LocalKeys() {
+    const std::string text =
+        Client(agent_, pb::ROLE_FRONT_END).Get("/status/oam/cfm/local", pb::FORMAT_JSON).document();
+    const std::regex key(R"x("id": "(\d+)")x");
+    std::vector<std::string> keys;
+    for (std::sregex_iterator at(text.begin(), text.end(), key), end; at != end; ++at) {
+      keys.push_back((*at)[1]);
+    }
+    return keys;
   }
 
   RunningAgent agent_;
@@ -146,6 +160,37 @@ TEST_F(DeferredWritesTest, HoldOthersOffUntilTheSessionEnds) {
   client_.EndSession();
   EXPECT_EQ(other.Receive().errors_size(), 0);
   EXPECT_EQ(third.Receive().errors_size(), 0);
+}
+
+TEST_F(DeferredWritesTest, LetOthersGoOnInTheOrderInWhichTheyCame) {
+  for (std::int64_t key = 0; key < 2; ++key) {
+    Create(key);
+  }
+  DeleteHolding(1);
+  // Connections that come later take the memory of those that have gone.
+  std::vector<Client> others;
+  for (int i = 0; i < 8; ++i) {
+    others.emplace_back(agent_, pb::ROLE_CDB_DATA, "other");
+  }
+  others.erase(others.begin(), others.begin() + 4);
+  Client(agent_, pb::ROLE_FRONT_END).Status();
+  for (int i = 0; i < 4; ++i) {
+    others.emplace_back(agent_, pb::ROLE_CDB_DATA, "other");
+  }
+  std::int64_t key = 2;
+  for (Client& other : others) {
+    other.StartSession(CDB_OPERATIONAL, 0);
+    pb::Request create;
+    *create.mutable_operational_write() =
+        Write(pb::OperationalWrite::CREATE, EntryPath("local", key++));
+    other.Send(create);
+    Client(agent_, pb::ROLE_FRONT_END).Status();  // the agent has come so far
+  }
+  client_.EndSession();
+  for (Client& other : others) {
+    EXPECT_EQ(other.Receive().errors_size(), 0);
+  }
+  EXPECT_THAT(LocalKeys(), ElementsAre("0", "2", "3", "4", "5", "6", "7", "8", "9"));
 }
 
 TEST_F(DeferredWritesTest, HoldNoUnknownWriteOffWhichEndsItsOwnConnectionOnly) {

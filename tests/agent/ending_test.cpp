@@ -245,6 +245,30 @@ TEST_F(HastyEndingTest, AProviderThatDoesNotAnswerLeavesNoReaderWithoutAWord) {
   EXPECT_THAT(agent_.Log(), HasSubstr("data provider cfm-app"));
 }
 
+TEST_F(HastyEndingTest, WhoHasNotFinishedIsNamedInTheOrderOfComing) {
+  // Connections that come later take the memory of those that have gone.
+  std::vector<Client> gone;
+  for (int i = 0; i < 4; ++i) {
+    gone.push_back(Data("gone"));
+  }
+  std::vector<Client> sessions;
+  sessions.push_back(Data("one"));
+  gone.clear();
+  Front("witness").Status();
+  for (const char* name : {"two", "three", "four"}) {
+    sessions.push_back(Data(name));
+  }
+  for (Client& each : sessions) {
+    each.StartSession(CDB_OPERATIONAL, 0);
+  }
+  Front("witness").Status();  // and so all are open
+  agent_.AskToEnd();
+  ExpectForcedEnd();
+  EXPECT_THAT(agent_.Log(),
+              testing::ContainsRegex("waiting any longer for the work of one [^,]*, two [^,]*, "
+                                     "three [^,]*, four"));
+}
+
 TEST_F(HastyEndingTest, ACommitTellsWhoHasNotDealtWithIt) {
   Client deaf = Subscriber(0, "deaf");
   Client behind = Subscriber(1, "behind");
