@@ -121,14 +121,16 @@ void Announcement::GoOn() {
   }
 }
 
-// Dropping destroys the listener, which then finds itself forgotten.
+// Dropping destroys the listener, which then finds itself forgotten. It goes on
+// later: the same program may have other connections, which are about to be
+// closed, and nothing is to be announced to those.
 void Announcement::GiveUp(Listener* listener, const std::string& why) {
   CFM_FAIL_POINT(agent_subscriber_given_up);
   Forget(listener);
   warnings_.push_back("subscriber " + listener->Describe() + " " + why +
                       " and was disconnected; the change is committed");
   listener->Drop("notified of commit " + std::to_string(txid_) + ", it " + why);
-  GoOn();
+  soon_.Set(std::chrono::microseconds(0));
 }
 
 void Announcement::OnTimeout() {

@@ -64,7 +64,7 @@ class Announcement {
   Heartbeat& heartbeat_;
   std::chrono::microseconds timeout_;
   Timer timer_;
-  Timer soon_;  // goes on after a loss, out of the destructor that told of it
+  Timer soon_;  // goes on after a loss, when all that goes with it is gone
 
   std::uint64_t txid_ = 0;
   cfm::agent::Change changes_;

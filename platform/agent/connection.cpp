@@ -84,6 +84,10 @@ bool Connection::KeepsWaiting(pid_t pid) const {
   return who_.pid == pid && role_ != nullptr && role_->HoldsAnswerBack();
 }
 
+bool Connection::IsCountedOn(pid_t pid) const {
+  return who_.pid == pid && role_ != nullptr && role_->IsCountedOn();
+}
+
 void Connection::Drop(const std::string& reason) {
   AGENT_LOG_WARNING("connection of %s closed: %s", Describe().c_str(), reason.c_str());
   channel_.Close();

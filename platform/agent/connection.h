@@ -41,6 +41,8 @@ class Connection : public Peer {
 
   // Whether it is of that process, which waits for an answer of the agent.
   bool KeepsWaiting(pid_t pid) const;
+  // Whether it is of that process, and others count on the process through it.
+  bool IsCountedOn(pid_t pid) const;
   // Adds a program on the ConfD API; a front end asks for that and is none.
   void AddTo(cfm::agent::Status& status) const;
 

@@ -95,6 +95,7 @@ void Heartbeat::LookAt(pid_t pid, Vigil::Time now) {
       give_up(why);
     }
   }
+  senses_.lose(pid, why);
 }
 
 void Heartbeat::SetTimer(Vigil::Time now) {

@@ -28,6 +28,9 @@ class Heartbeat {
     std::function<bool(pid_t)> agent_holds_answer;
     // Asks it for a sign of life where that is possible.
     std::function<void(pid_t)> ping;
+    // It is given up, and those that awaited something have heard of it. May
+    // call anything here.
+    std::function<void(pid_t, const std::string& why)> lose;
   };
 
   Heartbeat(sd_event* loop, const HeartbeatRules& rules, Senses senses);

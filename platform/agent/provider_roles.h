@@ -14,6 +14,7 @@ class ProviderControl : public Role {
   ~ProviderControl() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  bool IsCountedOn() const override { return true; }
   void Welcome(cfm::agent::HelloReply& reply) const override { reply.set_provider(number_); }
 
  private:
@@ -34,6 +35,7 @@ class ProviderWorker : public Role {
   ~ProviderWorker() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  bool IsCountedOn() const override { return true; }
 
  private:
   Services services_;

@@ -75,6 +75,9 @@ class Role : public std::enable_shared_from_this<Role> {
   // Whether the agent holds an answer back, and with it a program that waits
   // for nothing else.
   virtual bool HoldsAnswerBack() const { return false; }
+  // Whether others wait for the program through it, or may have to: it ends when
+  // the program is given up.
+  virtual bool IsCountedOn() const { return false; }
   // What the role adds to the reply to Hello.
   virtual void Welcome(cfm::agent::HelloReply&) const {}
   // Whether something is begun and not finished that the agent's end would cut

@@ -3,6 +3,7 @@
 #include <pwd.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "frame.h"
 #include "log.h"
@@ -62,6 +63,20 @@ void Server::GiveUp() {
 bool Server::KeepsWaiting(pid_t pid) const {
   return std::any_of(connections_.begin(), connections_.end(),
                      [pid](const auto& each) { return each.second->KeepsWaiting(pid); });
+}
+
+void Server::Lose(pid_t pid, const std::string& why) {
+  std::vector<std::uint64_t> its;
+  for (const auto& [number, connection] : connections_) {
+    if (connection->IsCountedOn(pid)) {
+      its.push_back(number);
+    }
+  }
+  for (const std::uint64_t number : its) {
+    if (const auto found = connections_.find(number); found != connections_.end()) {
+      found->second->Drop("it " + why);
+    }
+  }
 }
 
 void Server::Accept(ipc::UniqueFd socket, const ipc::Peer& peer) {

@@ -34,6 +34,10 @@ class Server {
   void GiveUp();
   // Whether the process waits for an answer that the agent holds back.
   bool KeepsWaiting(pid_t pid) const;
+  // The process is given up: its connections that others count on are closed.
+  // Those on which it only asks or writes stay, for it may go on yet. `why`
+  // completes a sentence that begins with the program.
+  void Lose(pid_t pid, const std::string& why);
 
  private:
   void Accept(ipc::UniqueFd socket, const ipc::Peer& peer);

@@ -16,6 +16,7 @@ class Subscriber final : public Role, public Listener {
   ~Subscriber() override;
 
   void Handle(const cfm::agent::Request& request) override;
+  bool IsCountedOn() const override { return true; }
 
   const std::vector<SubscribedPoint>& Points() const override { return points_; }
   const std::string& Name() const override { return peer_.Name(); }

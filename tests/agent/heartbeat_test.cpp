@@ -1,13 +1,16 @@
 // Programs that agentd waits for and that stand still, compute, or wait
-// themselves. Those of a test are one process with it, which is asleep while it
-// waits for the agent.
+// themselves. All clients of a test are one process with it, which is asleep
+// while it waits for the agent; a StillPeer is another one.
 #include <confd_lib.h>
 #include <time.h>
 
 #include <confd_cdb.h>
 
+#include <algorithm>
+
 #include "heartbeat.h"
 #include "provider_fixture.h"
+#include "still_peer.h"
 
 namespace agentd::test {
 namespace {
@@ -23,7 +26,8 @@ const std::string kSent0 = std::string(kLocal0) + "/mep-ccms-sent";
 
 class HeartbeatTest : public ProviderTest {
  protected:
-  explicit HeartbeatTest(std::vector<std::string> options = {"--heartbeat-interval", "0.02"})
+  explicit HeartbeatTest(std::vector<std::string> options = {"--heartbeat-interval", "0.02",
+                                                             "--end-timeout", "0"})
       : ProviderTest(std::move(options)) {}
 
   Client Subscriber(const std::string& name) {
@@ -44,7 +48,7 @@ class HeartbeatTest : public ProviderTest {
 
 // The timeout would take 10 s.
 TEST_F(HeartbeatTest, ASubscriberThatStandsStillIsGivenUpAndNamedAlone) {
-  Client still = Subscriber("still");
+  const StillPeer still(agent_, "still", {"subscriber=0"});
   Client living = Subscriber("living");
   Client front = Front();
   front.SendEdit({SetLeaf(kMdLevel, "4")});
@@ -56,11 +60,79 @@ TEST_F(HeartbeatTest, ASubscriberThatStandsStillIsGivenUpAndNamedAlone) {
   EXPECT_THAT(OnlyWarning(reply),
               AllOf(HasSubstr("subscriber still"), HasSubstr("the change is committed"),
                     ContainsRegex("gave no sign of life for [0-9]+ ms \\(3 heartbeats of 20 ms")));
-  EXPECT_EQ(still.ReceiveNotification().txid(), 2U);
-  EXPECT_TRUE(still.IsClosed());
   EXPECT_THAT(agent_.Log(), ContainsRegex("connection of still .*notified of commit 2, it gave no "
                                           "sign of life for [0-9]+ ms"));
   EXPECT_THAT(agent_.Log(), Not(HasSubstr("connection of living")));
+}
+
+TEST_F(HeartbeatTest, ASubscriberThatSleepsFindsItsConnectionClosed) {
+  Client asleep = Subscriber("asleep");
+  Client front = Front();
+  EXPECT_EQ(front.Edit({SetLeaf(kMdLevel, "4")}).warnings_size(), 1);
+  EXPECT_EQ(asleep.ReceiveNotification().txid(), 2U);
+  EXPECT_TRUE(asleep.IsClosed());
+}
+
+int CountOf(const std::string& part, const std::string& text) {
+  int count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
+    ++count;
+  }
+  return count;
+}
+
+TEST_F(HeartbeatTest, AProgramThatIsGivenUpAsSubscriberIsNoProviderAnyMore) {
+  const StillPeer still(agent_, "still", {"subscriber=0", "provider", "session"});
+  Client front = Front();
+  EXPECT_THAT(OnlyWarning(front.Edit({SetLeaf(kMdLevel, "4")})),
+              AllOf(HasSubstr("subscriber still"), HasSubstr("gave no sign of life")));
+  const pb::Status status = front.Status();
+  ASSERT_EQ(status.providers_size(), 1);
+  EXPECT_TRUE(status.providers(0).lost());
+  EXPECT_THAT(OnlyWarning(front.Get(std::string(kLocal0) + "/level")), HasSubstr("is gone since"));
+  ScriptedProvider successor(agent_, "successor");  // which is not refused
+  EXPECT_EQ(CountOf("notified of commit", agent_.Log()), 1) << agent_.Log();
+  // What it only asks on stays, for it may go on yet.
+  EXPECT_EQ(std::count_if(status.connections().begin(), status.connections().end(),
+                          [](const auto& each) { return each.name() == "still"; }),
+            1);
+}
+
+TEST_F(HeartbeatTest, AProgramThatIsGivenUpAsProviderIsNoSubscriberAnyMore) {
+  const StillPeer still(agent_, "still", {"provider", "subscriber=0"});
+  Client front = Front();
+  EXPECT_THAT(OnlyWarning(front.Get(std::string(kLocal0) + "/level")),
+              AllOf(HasSubstr("data provider still"), HasSubstr("is gone since")));
+  EXPECT_EQ(front.Status().subscribers_size(), 0);
+  EXPECT_EQ(front.Edit({SetLeaf(kMdLevel, "4")}).txid(), 2U);
+  EXPECT_THAT(agent_.Log(), Not(HasSubstr("notified of commit")));
+}
+
+TEST_F(HeartbeatTest, WhoIsGivenUpTakesNobodyElseWithIt) {
+  ScriptedProvider provider(agent_, "living");
+  Client living = Subscriber("living");
+  const StillPeer still(agent_, "still", {"subscriber=1"});
+  Client front = Front();
+  front.SendEdit({SetLeaf(kMdLevel, "4")});
+  living.ReceiveNotification();
+  living.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 1);
+  const pb::Status status = front.Status();
+  ASSERT_EQ(status.subscribers_size(), 1);
+  EXPECT_EQ(status.subscribers(0).name(), "living");
+  ASSERT_EQ(status.providers_size(), 1);
+  EXPECT_FALSE(status.providers(0).lost());
+}
+
+// The second would have been waited for as long again.
+TEST_F(HeartbeatTest, TheConnectionsOfOneProgramAreGivenUpTogether) {
+  const StillPeer still(agent_, "still", {"subscriber=0", "subscriber=1"});
+  const pb::Reply reply = Front().Edit({SetLeaf(kMdLevel, "4")});
+  ASSERT_EQ(reply.warnings_size(), 2);
+  EXPECT_THAT(reply.warnings(0),
+              AllOf(HasSubstr(still.Describe()), HasSubstr("gave no sign of life")));
+  EXPECT_THAT(reply.warnings(1), AllOf(HasSubstr(still.Describe()), HasSubstr("was lost")));
+  EXPECT_EQ(CountOf("notified of commit", agent_.Log()), 1) << agent_.Log();
 }
 
 std::chrono::nanoseconds ProcessorTime() {
@@ -120,7 +192,8 @@ TEST_F(HeartbeatTest, AProviderThatDoesNotTakeItsQuestionIsGivenUpAndTheCommitGo
 class ShortTimeoutTest : public HeartbeatTest {
  protected:
   ShortTimeoutTest()
-      : HeartbeatTest({"--heartbeat-interval", "0.02", "--subscriber-timeout", "0.3"}) {}
+      : HeartbeatTest({"--end-timeout", "0", "--heartbeat-interval", "0.02", "--subscriber-timeout",
+                       "0.3"}) {}
 };
 
 // It opens a session that can only begin when its own commit is over: a
@@ -141,18 +214,25 @@ TEST(HeartbeatLoop, DoesNotWakeTheLoopWhenNothingIsAwaited) {
   ASSERT_GE(sd_event_new(&loop), 0);
   {
     int looks = 0;
+    int losses = 0;
+    bool given_up = false;
     Heartbeat heartbeat(loop, {.interval = 1ms, .misses = 2},
                         {[&looks](pid_t) {
                            ++looks;
                            return Pulse{'S', 1};
                          },
-                         [](pid_t) { return false; }, [](pid_t) {}});
-    bool given_up = false;
+                         [](pid_t) { return false; }, [](pid_t) {},
+                         [&](pid_t pid, const std::string&) {
+                           EXPECT_EQ(pid, 42);
+                           EXPECT_TRUE(given_up);
+                           ++losses;
+                         }});
     heartbeat.Await(&looks, 42, [&given_up](const std::string&) { given_up = true; });
     while (!given_up) {
       sd_event_run(loop, UINT64_MAX);
     }
     EXPECT_EQ(looks, 2);
+    EXPECT_EQ(losses, 1);
     heartbeat.Await(&looks, 42, [](const std::string&) {});
     heartbeat.Release(&looks);
     int events = 0;

@@ -69,13 +69,13 @@ void RunningAgent::Kill() {
   return ::test::Run(Command(), {{"CFM_LOG", "stderr"}});
 }
 
-Client::Client(const RunningAgent& agent, pb::Role role, const std::string& name)
-    : fd_(ipc::ConnectUnix(agent.Socket())) {
+Client::Client(const std::filesystem::path& socket, pb::Role role, const std::string& name)
+    : fd_(ipc::ConnectUnix(socket)) {
   Greet(role, name);
 }
 
-Client::Client(const RunningAgent& agent, std::uint64_t provider, const std::string& name)
-    : fd_(ipc::ConnectUnix(agent.Socket())) {
+Client::Client(const std::filesystem::path& socket, std::uint64_t provider, const std::string& name)
+    : fd_(ipc::ConnectUnix(socket)) {
   Greet(pb::ROLE_WORKER, name, provider);
 }
 

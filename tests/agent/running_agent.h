@@ -36,6 +36,7 @@ class RunningAgent {
   bool AwaitNotification(const std::string& text) { return process_->AwaitNotification(text); }
 
   std::filesystem::path Socket() const { return directory_.Path() / "run/agentd.sock"; }
+  const std::filesystem::path& Directory() const { return directory_.Path(); }
   std::filesystem::path Database() const { return directory_.Path() / "state/running.db"; }
   std::string Log() const { return process_->Log(); }
   bool AwaitLog(const std::string& text) { return process_->AwaitLog(text); }
@@ -50,9 +51,13 @@ class RunningAgent {
 // One connection. What does not come within ::test::kPatience fails the test.
 class Client {
  public:
-  Client(const RunningAgent& agent, pb::Role role, const std::string& name = "tester");
+  Client(const std::filesystem::path& socket, pb::Role role, const std::string& name = "tester");
+  Client(const RunningAgent& agent, pb::Role role, const std::string& name = "tester")
+      : Client(agent.Socket(), role, name) {}
   // The worker connection of a data provider.
-  Client(const RunningAgent& agent, std::uint64_t provider, const std::string& name);
+  Client(const std::filesystem::path& socket, std::uint64_t provider, const std::string& name);
+  Client(const RunningAgent& agent, std::uint64_t provider, const std::string& name)
+      : Client(agent.Socket(), provider, name) {}
   // An AF_INET one.
   Client(std::uint16_t port, pb::Role role);
 

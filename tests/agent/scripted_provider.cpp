@@ -100,11 +100,11 @@ pb::ProviderReply PlainReply(const pb::ProviderRequest& request) {
       request, type != TypesOfLeaves().end() ? NumberOf(type->second, 1) : TextOf("text", C_STR));
 }
 
-ScriptedProvider::ScriptedProvider(const RunningAgent& agent, const std::string& name,
+ScriptedProvider::ScriptedProvider(const std::filesystem::path& socket, const std::string& name,
                                    bool registered) {
-  control_.emplace(agent, pb::ROLE_CONTROL, name);
+  control_.emplace(socket, pb::ROLE_CONTROL, name);
   EXPECT_NE(control_->Welcome().provider(), 0U);
-  worker_.emplace(agent, control_->Welcome().provider(), name);
+  worker_.emplace(socket, control_->Welcome().provider(), name);
   EXPECT_EQ(worker_->Welcome().error(), "");
   if (registered) {
     const pb::Reply reply = Register(AllCallpoints(), {"clear_cfm_statistics"});

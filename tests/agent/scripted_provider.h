@@ -32,8 +32,11 @@ class ScriptedProvider {
  public:
   // Connected, and registered for every callpoint and action point of the
   // model unless the test does that.
+  explicit ScriptedProvider(const std::filesystem::path& socket,
+                            const std::string& name = "cfm-app", bool registered = true);
   explicit ScriptedProvider(const RunningAgent& agent, const std::string& name = "cfm-app",
-                            bool registered = true);
+                            bool registered = true)
+      : ScriptedProvider(agent.Socket(), name, registered) {}
 
   pb::Reply Register(const std::vector<std::string>& callpoints,
                      const std::vector<std::string>& actionpoints = {});
