@@ -14,11 +14,12 @@ Agent::Agent(sd_event* loop, const Options& options)
                  {ReadPulse, [this](pid_t pid) { return server_.KeepsWaiting(pid); },
                   [this](pid_t pid) { providers_.Ping(pid); },
                   [this](pid_t pid, const std::string& why) { server_.Lose(pid, why); }}),
+      locks_(heartbeat_),
       announcement_(loop, model_, subscriptions_, heartbeat_, options.subscriber_timeout),
       commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),
       provider_model_(model_),
       operational_(model_, provider_model_),
-      writers_(loop),
+      writers_(loop, heartbeat_),
       watch_(loop, operational_),
       providers_(
           loop, provider_model_,

@@ -49,9 +49,9 @@ class Agent {
   Store store_;
   Datastore datastore_;
   Candidate candidate_;
+  Heartbeat heartbeat_;
   LockTable locks_;
   Subscriptions subscriptions_;
-  Heartbeat heartbeat_;
   Announcement announcement_;
   CommitQueue commits_;
   ProviderModel provider_model_;

@@ -207,6 +207,7 @@ void CommitQueue::GiveUp() {
 void CommitQueue::Enter(State state) {
   const bool changed = state != state_;
   state_ = state;
+  locks_.SetAwaited(state == State::kWaitingForLocks);
   if (changed && on_progress_) {
     on_progress_();
   }

@@ -24,6 +24,10 @@ DataSession::~DataSession() {
   services_.writers.Release(this);
 }
 
+bool DataSession::IsCountedOn() const {
+  return services_.locks.IsHeldBy(this) || services_.writers.IsHeldBy(this);
+}
+
 void DataSession::Handle(const Request& request) {
   if (state_ == State::kWaiting) {
     throw ipc::ProtocolError("a request while the one before it waits");
@@ -77,7 +81,7 @@ void DataSession::Open(const StartSession& request) {
   state_ = State::kOpen;
   snapshot_ = services_.datastore.Running();
   if ((request.flags() & CDB_LOCK_SESSION) != 0) {
-    services_.locks.Take(this, peer_.Describe());
+    services_.locks.Take(this, peer_.Describe(), peer_.Pid());
   }
   CFM_FAIL_POINT(agent_session_opened);
   if (request.flags() != 0) {
@@ -247,7 +251,7 @@ void DataSession::Delete(const OperationalWrite& request) {
   if (!gone) {
     AddProblems(gone.Why(), reply);
   } else if (request.hold()) {
-    services_.writers.Take(this);
+    services_.writers.Take(this, peer_.Describe(), peer_.Pid());
     CFM_FAIL_POINT(agent_writers_held);
     reply.set_held(true);
     reply.set_entries_left(

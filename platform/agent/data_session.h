@@ -19,6 +19,9 @@ class DataSession : public Role {
   void Handle(const cfm::agent::Request& request) override;
   // Programs hold sessions open only while they read or write.
   bool IsAtWork() const override { return state_ != State::kClosed; }
+  // When it keeps others waiting. A program that goes on in the middle of a session
+  // that does not can end it in order.
+  bool IsCountedOn() const override;
   bool HoldsAnswerBack() const override { return state_ == State::kWaiting; }
 
  private:

@@ -2,9 +2,13 @@
 #ifndef AGENT_LOCK_TABLE_H
 #define AGENT_LOCK_TABLE_H
 
+#include <sys/types.h>
+
 #include <functional>
 #include <string>
 #include <vector>
+
+#include "heartbeat.h"
 
 namespace agentd {
 
@@ -13,8 +17,11 @@ class LockTable {
   // Stands for the session that asks.
   using Owner = const void*;
 
-  // For one that has none.
-  void Take(Owner owner, std::string name) { holders_.push_back({owner, std::move(name)}); }
+  explicit LockTable(Heartbeat& heartbeat) : heartbeat_(heartbeat) {}
+
+  // For one that has none. `pid` is the process that will let go; 0 when that is
+  // not known, or the process is watched by who takes the lock.
+  void Take(Owner owner, std::string name, pid_t pid = 0);
   // Calls back once when GrantWaiting is called; Release takes it back.
   void Wait(Owner owner, std::function<void()> granted) {
     waiting_.push_back({owner, std::move(granted)});
@@ -23,7 +30,12 @@ class LockTable {
   void Release(Owner owner);
   void GrantWaiting();
 
+  // Whether a commit waits for the holders: as long as one does, programs that
+  // stand still are given up.
+  void SetAwaited(bool awaited);
+
   bool IsFree() const { return holders_.empty(); }
+  bool IsHeldBy(Owner owner) const;
   std::string Holders() const;
 
   // Called when the last lock goes.
@@ -33,12 +45,18 @@ class LockTable {
   struct Holder {
     Owner owner;
     std::string name;
+    pid_t pid;
   };
   struct Waiting {
     Owner owner;
     std::function<void()> granted;
   };
 
+  void Watch(const Holder& holder);
+  void StopWatching(const Holder& holder);
+
+  Heartbeat& heartbeat_;
+  bool awaited_ = false;
   // In the order of their coming.
   std::vector<Holder> holders_;
   std::vector<Waiting> waiting_;

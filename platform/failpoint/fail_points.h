@@ -75,6 +75,7 @@ constexpr bool CanBeShort(Kind kind) {
   X(agent_commit_edited, kAgentd, kStep, "the edits are applied to a copy")                        \
   X(agent_commit_validated, kAgentd, kStep, "the copy is valid and compared")                      \
   X(agent_commit_waiting, kAgentd, kStep, "the commit waits until nobody holds a lock")            \
+  X(agent_lock_given_up, kAgentd, kStep, "take a lock away from a program that stands still")      \
   X(agent_commit_storing, kAgentd, kStep, "begin the transaction of the database")                 \
   X(agent_commit_written, kAgentd, kStep, "all rows are written, and not committed")               \
   X(agent_commit_stored, kAgentd, kStep, "the transaction is on disk")                             \
@@ -117,6 +118,7 @@ constexpr bool CanBeShort(Kind kind) {
   X(agent_delete_answered, kAgentd, kStep, "the deleter is told")                                  \
   X(agent_writer_waiting, kAgentd, kStep, "a writer waits for another one")                        \
   X(agent_writer_resumed, kAgentd, kStep, "it goes on")                                            \
+  X(agent_writers_given_up, kAgentd, kStep, "take the writers from one that stands still")         \
   X(agent_deferred_received, kAgentd, kStep, "writes have come in one message")                    \
   X(agent_deferred_written, kAgentd, kStep, "one of them is done")                                 \
   X(agent_deferred_answered, kAgentd, kStep, "all are, and the writer is told")                    \

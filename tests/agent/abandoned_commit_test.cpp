@@ -90,7 +90,8 @@ class AbandonedCommit : public ::testing::Test {
     agent_.Start();
   }
 
-  RunningAgent agent_;
+  // Peers that are silent here are no programs that stand still.
+  RunningAgent agent_{{"--heartbeat-interval", "60"}};
 };
 
 TEST_F(AbandonedCommit, HalfADocumentIsNothing) {

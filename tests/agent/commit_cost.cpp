@@ -80,9 +80,10 @@ class Committer {
       throw std::runtime_error("the commit changed nothing");
     }
   }
-  void Open() { queue_.emplace(loop_, datastore_, locks_, *announcement_, kPatience); }
+  void Open() { queue_.emplace(loop_, datastore_, *locks_, *announcement_, kPatience); }
   void Announce() {
     heartbeat_.emplace(loop_, HeartbeatRules{}, Heartbeat::Senses{});
+    locks_.emplace(*heartbeat_);
     announcement_.emplace(loop_, model_, subscriptions_, *heartbeat_, kPatience);
   }
 
@@ -92,10 +93,10 @@ class Committer {
   Model model_{TEST_YANG_DIR};
   Store store_;
   Datastore datastore_{model_, store_};
-  LockTable locks_;
   Subscriptions subscriptions_;
   sd_event* loop_ = nullptr;
   std::optional<Heartbeat> heartbeat_;  // with nobody to watch
+  std::optional<LockTable> locks_;
   std::optional<Announcement> announcement_;
   std::optional<CommitQueue> queue_;
 };

@@ -34,14 +34,16 @@ class Commit : public ::testing::Test {
     return client;
   }
 
-  RunningAgent agent_;
+  // Peers that are silent here are no programs that stand still.
+  RunningAgent agent_{{"--heartbeat-interval", "60"}};
 };
 
 class ImpatientCommit : public Commit {
  protected:
   ImpatientCommit() {
     agent_.Stop();
-    impatient_.emplace(std::vector<std::string>{"--subscriber-timeout", "0.2"});
+    impatient_.emplace(
+        std::vector<std::string>{"--subscriber-timeout", "0.2", "--heartbeat-interval", "60"});
   }
   void SetUp() override {
     ASSERT_EQ(Impatient(pb::ROLE_FRONT_END).Edit({Document(EastDocument())}).txid(), 1U);

@@ -9,16 +9,21 @@
 #include <algorithm>
 
 #include "heartbeat.h"
+#include "lock_table.h"
+#include "loop.h"
 #include "provider_fixture.h"
 #include "still_peer.h"
+#include "writer_hold.h"
 
 namespace agentd::test {
 namespace {
 
 using ::testing::AllOf;
 using ::testing::ContainsRegex;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using ::testing::UnorderedElementsAre;
 using namespace std::chrono_literals;
 
 constexpr const char* kMdLevel = "/config/oam/cfm/md[id='east']/level";
@@ -141,6 +146,70 @@ std::chrono::nanoseconds ProcessorTime() {
   return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
 }
 
+TEST_F(HeartbeatTest, AFrozenHolderOfTheLockIsGivenUpAndTheCommitGoesOn) {
+  const StillPeer still(agent_, "still", {"lock"});
+  const pb::Reply reply = Front().Edit({SetLeaf(kMdLevel, "4")});
+  EXPECT_EQ(reply.errors_size(), 0);
+  EXPECT_EQ(reply.warnings_size(), 0);  // it was to be told of nothing
+  EXPECT_EQ(reply.txid(), 2U);
+  EXPECT_THAT(agent_.Log(),
+              ContainsRegex("the lock of still \\(process [0-9]+\\) is taken away: it "
+                            "gave no sign of life for [0-9]+ ms \\(3 heartbeats"));
+  EXPECT_THAT(agent_.Log(),
+              ContainsRegex("connection of still .* closed: it gave no sign of life"));
+}
+
+TEST_F(HeartbeatTest, AHolderOfTheLockThatGoesOnReadingKeepsIt) {
+  Client reader(agent_, pb::ROLE_CDB_DATA, "reader");
+  reader.StartSession(CDB_RUNNING, CDB_LOCK_SESSION | CDB_LOCK_WAIT);
+  reader.Receive();
+  Client front = Front();
+  front.SendEdit({SetLeaf(kMdLevel, "4")});
+  for (const auto end = std::chrono::steady_clock::now() + 300ms;
+       std::chrono::steady_clock::now() < end;) {
+    EXPECT_EQ(reader.Level("east").errors_size(), 0);
+  }
+  EXPECT_TRUE(front.IsSilent());
+  reader.EndSession();
+  EXPECT_EQ(front.Receive().txid(), 2U);
+}
+
+// While a commit waits nobody is asked, so the read would wait as long.
+TEST_F(HeartbeatTest, AReadDoesNotWaitForAFrozenHolderOfTheLock) {
+  ScriptedProvider provider(agent_);
+  const StillPeer still(agent_, "still", {"lock"});
+  Client front = Front();
+  front.SendEdit({SetLeaf(kMdLevel, "4")});
+  Client reader = Front("reader");
+  reader.SendGet(std::string(kLocal0) + "/level");
+  provider.ServeUntil(reader);
+  EXPECT_EQ(reader.Receive().warnings_size(), 0);
+  EXPECT_EQ(front.Receive().txid(), 2U);
+}
+
+TEST_F(HeartbeatTest, AFrozenHolderOfTheWritersIsGivenUp) {
+  const StillPeer still(agent_, "still", {"writers"});
+  EXPECT_EQ(writer_.Create(EntryPath("local", 7)), CONFD_OK);
+  EXPECT_THAT(agent_.Log(),
+              ContainsRegex("writers wait no longer for still \\(process [0-9]+\\): it "
+                            "gave no sign of life for [0-9]+ ms"));
+}
+
+// The read holds the commit up, under the provider that is watched for the read.
+TEST_F(HeartbeatTest, AProviderStaysWatchedWhenACommitHasGivenUpWaitingForItsAnswer) {
+  ScriptedProvider provider(agent_);
+  Client reader = Front("reader");
+  reader.SendGet(std::string(kLocal0) + "/level");
+  provider.Begin();
+  provider.Next();
+  Client front = Front();
+  front.SendEdit({SetLeaf(kMdLevel, "4")});
+  Front("witness").Status();  // and so it waits
+  front.Hang();
+  EXPECT_THAT(OnlyWarning(reader.Receive()), HasSubstr("gave no sign of life"));
+  EXPECT_THAT(agent_.Log(), HasSubstr("is dropped: who asked is gone"));
+}
+
 TEST_F(HeartbeatTest, ASubscriberThatComputesForManyIntervalsIsNotGivenUp) {
   Client busy = Subscriber("busy");
   Client front = Front();
@@ -209,40 +278,91 @@ TEST_F(ShortTimeoutTest, ASubscriberThatWaitsForTheAgentIsLeftToTheTimeout) {
               AllOf(HasSubstr("subscriber waiting"), HasSubstr("did not answer in time")));
 }
 
-TEST(HeartbeatLoop, DoesNotWakeTheLoopWhenNothingIsAwaited) {
-  sd_event* loop = nullptr;
-  ASSERT_GE(sd_event_new(&loop), 0);
-  {
-    int looks = 0;
-    int losses = 0;
-    bool given_up = false;
-    Heartbeat heartbeat(loop, {.interval = 1ms, .misses = 2},
-                        {[&looks](pid_t) {
-                           ++looks;
-                           return Pulse{'S', 1};
-                         },
-                         [](pid_t) { return false; }, [](pid_t) {},
-                         [&](pid_t pid, const std::string&) {
-                           EXPECT_EQ(pid, 42);
-                           EXPECT_TRUE(given_up);
-                           ++losses;
-                         }});
-    heartbeat.Await(&looks, 42, [&given_up](const std::string&) { given_up = true; });
-    while (!given_up) {
-      sd_event_run(loop, UINT64_MAX);
-    }
-    EXPECT_EQ(looks, 2);
-    EXPECT_EQ(losses, 1);
-    heartbeat.Await(&looks, 42, [](const std::string&) {});
-    heartbeat.Release(&looks);
-    int events = 0;
-    Timer later(loop, [&events] { ++events; });
-    later.Set(20ms);
-    EXPECT_GT(sd_event_run(loop, UINT64_MAX), 0);
-    EXPECT_EQ(events, 1);  // the first to wake the loop
-    EXPECT_EQ(looks, 2);
+// In a loop of the test's own, on a process that is always asleep.
+class HeartbeatLoop : public ::testing::Test {
+ protected:
+  static constexpr pid_t kPid = 42;
+
+  // What a give-up tells, in order.
+  Heartbeat::GiveUp Note(const std::string& who) {
+    return [this, who](const std::string&) { heard_.push_back(who); };
   }
-  sd_event_unref(loop);
+  // Much longer than it takes to give a program up.
+  void Run() {
+    bool is_over = false;
+    Timer timer(loop_.Get(), [&is_over] { is_over = true; });
+    timer.Set(50ms);
+    EXPECT_TRUE(loop_.RunUntil([&is_over] { return is_over; }));
+  }
+
+  Loop loop_;
+  int looks_ = 0;
+  std::vector<std::string> heard_;
+  Heartbeat heartbeat_{
+      loop_.Get(),
+      {.interval = 1ms, .misses = 2},
+      {[this](pid_t) {
+         ++looks_;
+         return Pulse{'S', 1};
+       },
+       [](pid_t) { return false; }, [](pid_t) {},
+       [this](pid_t pid, const std::string&) { heard_.push_back("lost " + std::to_string(pid)); }}};
+};
+
+TEST_F(HeartbeatLoop, TellsThoseWhoWaitBeforeTheProgramIsLost) {
+  const int other = 0;
+  heartbeat_.Await(&looks_, kPid, Note("one"));
+  heartbeat_.Await(&other, kPid, Note("other"));
+  Run();
+  EXPECT_THAT(heard_, UnorderedElementsAre("one", "other", "lost 42"));
+  EXPECT_EQ(heard_.back(), "lost 42");
+  EXPECT_EQ(looks_, 2);
+}
+
+TEST_F(HeartbeatLoop, DoesNotWakeTheLoopWhenNothingIsAwaited) {
+  heartbeat_.Await(&looks_, kPid, Note("one"));
+  heartbeat_.Release(&looks_);
+  int events = 0;
+  Timer later(loop_.Get(), [&events] { ++events; });
+  later.Set(20ms);
+  EXPECT_GT(sd_event_run(loop_.Get(), UINT64_MAX), 0);
+  EXPECT_EQ(events, 1);  // the first to wake the loop
+  EXPECT_EQ(looks_, 0);
+}
+
+TEST_F(HeartbeatLoop, HoldersOfALockAreNotLookedAtWhileNobodyWaits) {
+  LockTable locks(heartbeat_);
+  const int reader = 0;
+  const int late = 0;
+  locks.Take(&reader, "reader", kPid);
+  Run();
+  EXPECT_EQ(looks_, 0);
+  locks.SetAwaited(true);
+  locks.SetAwaited(false);
+  Run();
+  EXPECT_EQ(looks_, 0);
+  locks.Release(&reader);
+  locks.SetAwaited(true);
+  locks.Take(&late, "late", kPid);
+  Run();
+  EXPECT_THAT(heard_, ElementsAre("lost 42"));
+}
+
+TEST_F(HeartbeatLoop, HoldersOfTheWritersAreNotLookedAtWhileNobodyWaits) {
+  WriterHold writers(loop_.Get(), heartbeat_);
+  const int holder = 0;
+  const int other = 0;
+  writers.Take(&holder, "holder", kPid);
+  Run();
+  writers.Wait(&other, [] {});
+  writers.Release(&other);
+  Run();
+  EXPECT_EQ(looks_, 0);
+  writers.Wait(&other, [&] { writers.Take(&other, "other", kPid + 1); });
+  writers.Wait(&heard_, [] {});
+  writers.Release(&holder);
+  Run();
+  EXPECT_THAT(heard_, ElementsAre("lost 43"));
 }
 
 }  // namespace

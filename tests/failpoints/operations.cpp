@@ -186,6 +186,25 @@ void ReadUntilTheCountersAreGivenUp(Survivors& survivors) {
   element.Cfmctl({"show", "statistics"});
 }
 
+// Its program, which is this one, stands still while it waits for the commit.
+void CommitUntilTheSessionIsGivenUp(Survivors& survivors) {
+  FrontEnd session(survivors.Get().RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
+  session.Call(LockedSession());
+  survivors.CommitOtherLevel();
+}
+
+// The same; who waits is the daemon, which puts the record of the new MEP in the
+// place of the old one.
+void HoldWritersOffUntilThatIsGivenUp(Survivors& survivors) {
+  FrontEnd holder(survivors.Get().RuntimeDirectory(), cfm::agent::ROLE_CDB_DATA);
+  holder.Send(OperationalSession());
+  holder.Call(CreateEntry(-1));
+  // Behind the one of the MEP.
+  holder.Call(DeleteAndHold(1));
+  survivors.CommitOtherMep();
+  holder.Receive();  // which ends with the connection
+}
+
 constexpr bool kLong = true;
 
 constexpr std::array kForAgentd{
@@ -205,6 +224,8 @@ constexpr std::array kForAgentd{
     Operation{"read until the counters are given up", ReadUntilTheCountersAreGivenUp, kLong},
     Operation{"read until the daemon is given up", ReadUntilTheDaemonIsGivenUp, kLong},
     Operation{"commit until the daemon is given up", CommitUntilTheDaemonIsGivenUp, kLong},
+    Operation{"commit until the session is given up", CommitUntilTheSessionIsGivenUp, kLong},
+    Operation{"hold writers off until that is given up", HoldWritersOffUntilThatIsGivenUp, kLong},
 };
 
 constexpr std::array kForApp{
