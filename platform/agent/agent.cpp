@@ -13,7 +13,10 @@ Agent::Agent(sd_event* loop, const Options& options)
       heartbeat_(loop, options.heartbeat,
                  {ReadPulse, [this](pid_t pid) { return server_.KeepsWaiting(pid); },
                   [this](pid_t pid) { providers_.Ping(pid); },
-                  [this](pid_t pid, const std::string& why) { server_.Lose(pid, why); }}),
+                  [this](pid_t pid, const std::string& why) {
+                    subscriptions_.FallBehind(pid);
+                    server_.Lose(pid, why);
+                  }}),
       locks_(heartbeat_),
       announcement_(loop, model_, subscriptions_, heartbeat_, options.subscriber_timeout),
       commits_(loop, datastore_, locks_, announcement_, options.subscriber_timeout),

@@ -8,7 +8,7 @@
 
 namespace agentd {
 
-Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptions& subscriptions,
+Announcement::Announcement(sd_event* loop, const Model& model, Subscriptions& subscriptions,
                            Heartbeat& heartbeat, std::chrono::microseconds timeout)
     : model_(model),
       subscriptions_(subscriptions),
@@ -20,7 +20,7 @@ Announcement::Announcement(sd_event* loop, const Model& model, const Subscriptio
 void Announcement::Begin(std::uint64_t txid, cfm::agent::Change changes, Done done) {
   txid_ = txid;
   changes_ = std::move(changes);
-  warnings_.clear();
+  warnings_ = subscriptions_.Behind(model_, changes_);
   done_ = std::move(done);
   for (Listener* listener : subscriptions_.All()) {
     AddParts(*listener);
@@ -91,6 +91,9 @@ bool Announcement::Forget(const Listener* listener) {
     parts += std::erase_if(priority->second,
                            [&](const Part& each) { return each.listener == listener; });
     priority = priority->second.empty() ? to_come_.erase(priority) : std::next(priority);
+  }
+  if (parts > 0) {
+    subscriptions_.FallBehind(listener);
   }
   return parts > 0;
 }

@@ -18,12 +18,13 @@ namespace agentd {
 
 class Announcement {
  public:
-  // One line for each subscriber that did not deal with all of it: who, and why.
+  // One line for each subscriber that did not deal with all of it, or has not come
+  // back since an earlier change that it did not deal with: who, and why.
   using Done = std::function<void(std::vector<std::string> warnings)>;
 
   // A listener that shows no sign of life is given up by the heartbeat, one
   // that does and is not done after `timeout` then.
-  Announcement(sd_event* loop, const Model& model, const Subscriptions& subscriptions,
+  Announcement(sd_event* loop, const Model& model, Subscriptions& subscriptions,
                Heartbeat& heartbeat, std::chrono::microseconds timeout);
 
   // One at a time. `done` may be called before Begin returns. Told are those who
@@ -53,14 +54,15 @@ class Announcement {
   void AddParts(Listener& listener);
   void NextPriority();
   void Notify(const Part& part);
-  // Whether anything of the commit was still to be dealt with by the listener.
+  // Whether anything of the commit was still to be dealt with by the listener,
+  // which has fallen behind then.
   bool Forget(const Listener* listener);
   void GiveUp(Listener* listener, const std::string& why);
   void OnTimeout();
   void GoOn();
 
   const Model& model_;
-  const Subscriptions& subscriptions_;
+  Subscriptions& subscriptions_;
   Heartbeat& heartbeat_;
   std::chrono::microseconds timeout_;
   Timer timer_;

@@ -21,8 +21,8 @@ Subscriber::~Subscriber() {
   if (done_) {
     CFM_FAIL_POINT(agent_subscriber_lost);
     AGENT_LOG_INFO("subscriber %s is gone", peer_.Describe().c_str());
+    services_.announcement.Lost(this);  // first: it may have fallen behind
     services_.subscriptions.Remove(this);
-    services_.announcement.Lost(this);
     services_.status.Changed();
   }
 }

@@ -134,6 +134,82 @@ TEST_F(Commit, SurvivesASubscriberThatDies) {
   EXPECT_EQ(front.Status().subscribers_size(), 1);
 }
 
+TEST_F(Commit, NamesWhoMissedAnEarlierOneUntilItIsBack) {
+  Client dying = Subscriber(0, "dying");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  dying.ReceiveNotification();
+  dying.Hang();
+  EXPECT_EQ(front.Receive().warnings_size(), 1);
+  const pb::Reply reply = front.Edit({SetLeaf(kLevel, "5")});
+  EXPECT_EQ(reply.txid(), 3U);
+  ASSERT_EQ(reply.warnings_size(), 1);
+  EXPECT_THAT(reply.warnings(0), AllOf(HasSubstr("subscriber dying (process "),
+                                       HasSubstr("is gone since 2"), HasSubstr("not come back")));
+  Client back = Subscriber(0, "dying");
+  front.SendEdit({SetLeaf(kLevel, "6")});
+  back.ReceiveNotification();
+  back.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 0);
+}
+
+TEST_F(Commit, NamesWhoMissedAnEarlierOneOnlyIfItFollowsTheChange) {
+  Client dying(agent_, pb::ROLE_CDB_SUBSCRIPTION, "dying");
+  dying.Subscribe(0, kMepList);
+  dying.SubscribeDone();
+  Client front = Front();
+  front.SendEdit({SetLeaf(std::string(kMep5) + "/interface", "eth1")});
+  dying.ReceiveNotification();
+  dying.Hang();
+  EXPECT_EQ(front.Receive().warnings_size(), 1);
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "4")}).warnings_size(), 0);
+  EXPECT_EQ(front.Edit({SetLeaf(std::string(kMep5) + "/interface", "eth2")}).warnings_size(), 1);
+}
+
+TEST_F(Commit, DoesNotNameASubscriberThatHasEndedInOrder) {
+  Client leaving = Subscriber(0, "leaving");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  leaving.ReceiveNotification();
+  leaving.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 0);
+  leaving.Hang();
+  ASSERT_TRUE(agent_.AwaitLog("subscriber leaving"));
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "5")}).warnings_size(), 0);
+}
+
+TEST_F(Commit, NamesWhoMissedAnEarlierOneHoweverManyHaveEndedSince) {
+  Client dying = Subscriber(0, "dying");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  dying.ReceiveNotification();
+  dying.Hang();
+  EXPECT_EQ(front.Receive().warnings_size(), 1);
+  for (int i = 0; i < 20; ++i) {
+    const std::string name = "tool" + std::to_string(i);
+    Subscriber(0, name).Hang();
+    ASSERT_TRUE(agent_.AwaitLog("subscriber " + name + " (process " + std::to_string(getpid()) +
+                                ") is gone"));
+  }
+  EXPECT_EQ(front.Status().lost_subscribers_size(), 16);
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "5")}).warnings_size(), 1);
+}
+
+// The other connection, for other nodes, stays; the program is there, and behind.
+TEST_F(Commit, NamesAProgramThatHasLostOneOfItsConnections) {
+  Client staying(agent_, pb::ROLE_CDB_SUBSCRIPTION, "both");
+  staying.Subscribe(0, kMepList);
+  staying.SubscribeDone();
+  Client lost = Subscriber(0, "both");
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  lost.ReceiveNotification();
+  lost.Hang();
+  EXPECT_EQ(front.Receive().warnings_size(), 1);
+  EXPECT_EQ(front.Edit({SetLeaf(kLevel, "5")}).warnings_size(), 1);
+  EXPECT_EQ(front.Status().lost_subscribers_size(), 0);
+}
+
 TEST_F(Commit, NamesASubscriberThatIsLostBetweenTwoOfItsPriorities) {
   Client two(agent_, pb::ROLE_CDB_SUBSCRIPTION, "two");
   two.Subscribe(0, kMdList);

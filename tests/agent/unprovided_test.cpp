@@ -116,6 +116,19 @@ TEST_F(UnprovidedTest, TheStatusTellsWhoIsGoneUntilOneOfThatNameIsBack) {
   EXPECT_EQ(Front().Status().lost_subscribers_size(), 0);
 }
 
+TEST_F(UnprovidedTest, NobodyIsGoneWhileOneOfThatNameIsThere) {
+  Client first = Subscriber("daemon");
+  Client second = Subscriber("daemon");
+  Client watcher = Front("watcher");
+  first.Hang();
+  const pb::Status one =
+      Await(watcher, [](const pb::Status& status) { return status.subscribers_size() == 1; });
+  EXPECT_EQ(one.lost_subscribers_size(), 0);
+  second.Hang();
+  while (watcher.Receive().status().lost_subscribers_size() != 1) {
+  }
+}
+
 TEST_F(UnprovidedTest, TheStatusTellsHowLongSomebodyHasNotAnswered) {
   ScriptedProvider provider(agent_);
   Client subscriber = Subscriber("daemon");

@@ -135,9 +135,16 @@ TEST_F(Recovery, ADaemonThatHangsIsDisconnectedAndTheCommitSaysSo) {
   EXPECT_EQ(commit.status, 0);
   EXPECT_THAT(commit.error,
               ContainsRegex("subscriber cfm-app .*gave no sign of life for [0-9]+ ms .*stopped"));
-  // The next commit does not wait for it any more, and it must not take the
-  // one that still waits in its socket for the latest.
-  EXPECT_EQ(SetLevel("6").error, "");
+  // As provider it is not waited for either.
+  EXPECT_THAT(element_.Cfmctl({"status"}).output, ContainsRegex("cfm-app.*gone since"));
+  EXPECT_THAT(element_.Cfmctl({"show", "status"}).error, HasSubstr("is gone since"));
+  EXPECT_EQ(element_.Agent().CountInLog("data provider cfm-app (process " +
+                                        std::to_string(element_.Daemon().Pid()) +
+                                        ") gave no sign of life"),
+            0);
+  // The next commit does not wait for it any more and says so, and it must not
+  // take the one that still waits in its socket for the latest.
+  EXPECT_THAT(SetLevel("6").error, ContainsRegex("subscriber cfm-app .* has not come back"));
   element_.Daemon().Signal(SIGCONT);
   EXPECT_EQ(element_.Daemon().AwaitExit(), 1);
   RestartDaemonAndVerify();
