@@ -48,7 +48,6 @@ class Channel::Impl : public std::enable_shared_from_this<Channel::Impl> {
   void SetDrainHandler(std::function<void()> on_drained) { on_drained_ = std::move(on_drained); }
   void Close();
   void SetReading(bool reading);
-  int Fd() const { return socket_.Get(); }
 
  private:
   static int OnSocket(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
@@ -284,10 +283,6 @@ void Channel::Close() {
 
 void Channel::SetReading(bool reading) {
   impl_->SetReading(reading);
-}
-
-int Channel::Fd() const {
-  return impl_->Fd();
 }
 
 }  // namespace ipc

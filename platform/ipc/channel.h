@@ -52,8 +52,6 @@ class Channel {
   // Stops (false) or resumes (true) taking frames from the peer. The end of
   // the connection is seen only while frames are taken.
   void SetReading(bool reading);
-  // The socket, or -1 when it is closed.
-  int Fd() const;
 
   static constexpr std::size_t kMaxQueuedBytes = 256U << 20;
 

@@ -25,8 +25,9 @@ constexpr const char* kExamples = R"(Examples:
 Ports: one for each line of the interface table. A line `eth0 1 linux` is the
 Linux interface eth0, which needs the capability CAP_NET_RAW. A line
 `w0 2 wire /tmp/w` is a virtual wire: two elements of this machine whose tables
-name the same path, which begins at the root, are connected by it. A file of the wire's name with .cut at
-its end (touch /tmp/w.cut) cuts the wire until it is removed.
+name the same path, which begins at the root, are connected by it. A file of the
+wire's name with .cut at its end (touch /tmp/w.cut) cuts the wire until it is
+removed.
 
 Environment: CFM_RUNTIME_DIR and CFM_INTERFACES stand for the options that are
 not given; CFM_LOG=journal|stderr chooses where the log goes.)";

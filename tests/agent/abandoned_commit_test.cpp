@@ -5,6 +5,7 @@
 #include <confd_cdb.h>
 #include <sys/socket.h>
 
+#include "await_status.h"
 #include "fixture.h"
 #include "frame.h"
 #include "running_agent.h"
@@ -55,11 +56,6 @@ class AbandonedCommit : public ::testing::Test {
     ipc::AppendFrame(bytes, request);
     ASSERT_EQ(send(front.Fd(), bytes.data(), bytes.size() / 2, 0),
               static_cast<ssize_t>(bytes.size() / 2));
-  }
-  // Waits until the agent has heard the request of that front end.
-  void AwaitCommitInProgress() {
-    while (!Front("witness").Status().commit_in_progress()) {
-    }
   }
   // The next commit works, takes the next number and is the whole change.
   void ExpectNextIsAlone(std::uint64_t txid) {
@@ -114,10 +110,9 @@ TEST_F(AbandonedCommit, OneThatWaitsForALockIsDropped) {
   Client locker = Locker();
   Client front = Front("leaving");
   front.SendEdit({Abandoned()});
-  AwaitCommitInProgress();
+  AwaitCommitInProgress(Front("witness"));
   front.Hang();
-  while (Front("witness").Status().commit_in_progress()) {
-  }
+  AwaitCommitInProgress(Front("witness"), false);
   EXPECT_THAT(agent_.Log(), HasSubstr("commit from leaving (process"));
   locker.EndSession();
   ExpectNextIsAlone(2);
@@ -128,7 +123,7 @@ TEST_F(AbandonedCommit, OneThatWaitsForALockIsNothingAfterTheAgentsDeath) {
   Client locker = Locker();
   Client front = Front();
   front.SendEdit({Abandoned()});
-  AwaitCommitInProgress();
+  AwaitCommitInProgress(Front("witness"));
   Restart();
   ExpectNextIsAlone(2);
   ExpectWest(false);
@@ -177,8 +172,7 @@ TEST_F(AbandonedCommit, OneThatIsAnnouncedStands) {
     front.Hang();
     subscriber.Sync();
   }
-  while (Front("witness").Status().commit_in_progress()) {
-  }
+  AwaitCommitInProgress(Front("witness"), false);
   ExpectNextIsAlone(3);
   ExpectWest(true);
 }
@@ -222,10 +216,9 @@ TEST_F(AbandonedCommit, ACandidateWhoseCommitIsDroppedIsAsItWas) {
   pb::Request commit;
   commit.mutable_commit_candidate();
   leaving.Send(commit);
-  AwaitCommitInProgress();
+  AwaitCommitInProgress(Front("witness"));
   leaving.Hang();
-  while (Front("witness").Status().commit_in_progress()) {
-  }
+  AwaitCommitInProgress(Front("witness"), false);
   locker.EndSession();
   ExpectWest(false);
   Client front = Front();

@@ -60,10 +60,10 @@ TEST_F(Commit, SubscribersHearOfItInTheOrderOfTheirPriorities) {
   Client front = Front();
   front.SendEdit({SetLeaf(kLevel, "4")});
   EXPECT_EQ(early.ReceiveNotification().txid(), 2U);
-  EXPECT_TRUE(late.IsSilent());
+  EXPECT_TRUE(late.IsSilent(agent_));
   early.Sync();
   EXPECT_EQ(late.ReceiveNotification().points_size(), 1);
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   late.Sync();
   const pb::Reply reply = front.Receive();
   EXPECT_EQ(reply.errors_size(), 0);
@@ -93,7 +93,7 @@ TEST_F(Commit, ThatChangesNothingKeepsTheNumberAndIsNotAnnounced) {
   const pb::Reply reply = Front().Edit({SetLeaf(kLevel, "3")});
   EXPECT_EQ(reply.errors_size(), 0);
   EXPECT_EQ(reply.txid(), 1U);
-  EXPECT_TRUE(subscriber.IsSilent());
+  EXPECT_TRUE(subscriber.IsSilent(agent_));
 }
 
 TEST_F(Commit, ThatIsRefusedChangesNothingAndNamesTheRule) {
@@ -295,7 +295,7 @@ TEST_F(Commit, IsNotToldToASubscriberThatComesInItsMiddleAndReadsItAnyway) {
   EXPECT_EQ(Data().Txid(), 2U);
   first.Sync();
   EXPECT_EQ(front.Receive().warnings_size(), 0);
-  EXPECT_TRUE(late.IsSilent());
+  EXPECT_TRUE(late.IsSilent(agent_));
   front.SendEdit({SetLeaf(kLevel, "5")});
   first.ReceiveNotification();
   first.Sync();
@@ -385,7 +385,7 @@ TEST_F(Commit, WaitsUntilTheLockIsReleased) {
   Client watcher = Front();
   EXPECT_TRUE(watcher.Status().commit_in_progress());
   EXPECT_EQ(locker.Txid(), 1U);
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   locker.EndSession();
   EXPECT_EQ(front.Receive().txid(), 2U);
 }
@@ -450,7 +450,7 @@ TEST_F(Commit, MakesALockWaitOrIsRefusedIt) {
   patient.StartSession(CDB_RUNNING, kLocked);
   Client other = Front();
   EXPECT_EQ(other.Status().txid(), 2U);  // and so both were heard
-  EXPECT_TRUE(patient.IsSilent());
+  EXPECT_TRUE(patient.IsSilent(agent_));
   subscriber.Sync();
   EXPECT_EQ(front.Receive().txid(), 2U);
   EXPECT_EQ(patient.Receive().errors_size(), 0);

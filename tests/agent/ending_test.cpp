@@ -3,6 +3,7 @@
 
 #include <confd_cdb.h>
 
+#include "await_status.h"
 #include "provider_fixture.h"
 
 namespace agentd::test {
@@ -292,8 +293,7 @@ TEST_F(HastyEndingTest, ACommitThatWaitsForALockIsRefused) {
   locker.Receive();
   Client front = Front();
   front.SendEdit({SetLeaf(kLevel, "4")});
-  while (!Front("witness").Status().commit_in_progress()) {
-  }
+  AwaitCommitInProgress(Front("witness"));
   agent_.AskToEnd();
   EXPECT_THAT(OnlyError(front.Receive()),
               AllOf(HasSubstr("agentd is ending"), HasSubstr("nothing was changed")));

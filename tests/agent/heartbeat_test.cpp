@@ -170,7 +170,7 @@ TEST_F(HeartbeatTest, AHolderOfTheLockThatGoesOnReadingKeepsIt) {
        std::chrono::steady_clock::now() < end;) {
     EXPECT_EQ(reader.Level("east").errors_size(), 0);
   }
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   reader.EndSession();
   EXPECT_EQ(front.Receive().txid(), 2U);
 }

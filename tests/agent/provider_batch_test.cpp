@@ -69,7 +69,7 @@ TEST_F(ProviderBatchTest, TheLeavesOfAnEntryTravelTogether) {
   EXPECT_GT(batch.requests(7).get_next().steps(), 1U);
   std::vector<pb::ProviderRequest> requests(batch.requests().begin(), batch.requests().end());
   provider.SendTogether({WholeReply(provider.Next())});
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   std::vector<pb::ProviderReply> rest;
   while (!provider.Left().empty()) {
     rest.push_back(WholeReply(provider.Next()));
@@ -107,7 +107,7 @@ TEST_F(ProviderBatchTest, IsOfModerateSizeAndTheNextGoesOnWhereItEnds) {
   std::vector<pb::ProviderRequest> requests;
   std::vector<std::string> asked = TakeBatch(provider, requests);
   EXPECT_EQ(asked.size(), 64U);
-  EXPECT_TRUE(provider.IsIdle());
+  EXPECT_TRUE(provider.IsIdle(agent_));
   provider.SendTogether(WholeReplies(requests));
   const auto more = TakeBatch(provider, requests);
   provider.SendTogether(WholeReplies(requests));
@@ -174,8 +174,7 @@ TEST_F(ProviderBatchTest, WhatADelayHoldsBackKeepsItsOrder) {
   EXPECT_EQ(meanwhile.front(), "level of local 3");
   // The delayed reply comes before those of the batch in flight.
   provider.Send(WholeReply(parked));
-  Front("witness").Status();
-  EXPECT_TRUE(provider.IsIdle());
+  EXPECT_TRUE(provider.IsIdle(agent_));
   provider.SendTogether({WholeReply(requests[0]), Unasked(requests[1])});
   std::vector<pb::ProviderReply> rest;
   for (std::size_t i = 2; i < requests.size(); ++i) {

@@ -142,16 +142,16 @@ TEST_F(ProviderRaceTest, ACommitWaitsForTheBatchInFlight) {
   Client front = Front();
   front.SendEdit({SetLeaf(kMdLevel, "4")});
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
-  EXPECT_TRUE(listener.IsSilent());
+  EXPECT_TRUE(listener.IsSilent(agent_));
   provider.Send(PlainReply(request));
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
-  EXPECT_TRUE(listener.IsSilent());
+  EXPECT_TRUE(listener.IsSilent(agent_));
   provider.AnswerLeft();
   // Now the commit goes first: nothing is asked until its subscribers are
   // done, for their reads would meet it half-way.
   EXPECT_EQ(listener.ReceiveNotification().txid(), 2U);
   EXPECT_TRUE(Front("witness").Status().commit_in_progress());
-  EXPECT_TRUE(provider.IsIdle());
+  EXPECT_TRUE(provider.IsIdle(agent_));
   listener.Sync();
   EXPECT_EQ(front.Receive().txid(), 2U);
   // The read begins anew, on the configuration that is now.
@@ -176,7 +176,7 @@ TEST_F(ProviderRaceTest, WhatACommitTookAwayIsNotAskedAnyMore) {
   provider.AnswerLeft();
   EXPECT_EQ(front.Receive().txid(), 2U);
   const pb::Reply reply = reader.Receive();
-  EXPECT_TRUE(provider.IsIdle());
+  EXPECT_TRUE(provider.IsIdle(agent_));
   EXPECT_EQ(reply.errors_size(), 0);
   EXPECT_EQ(reply.warnings_size(), 0);
   EXPECT_THAT(LeavesOf(reply.node()),
@@ -191,7 +191,7 @@ TEST_F(ProviderRaceTest, ACommitDoesNotWaitForADelayedReply) {
   const pb::ProviderRequest parked = provider.Next();
   provider.Send(ResultReply(parked, pb::ProviderReply::DELAYED));
   EXPECT_EQ(Front().Edit({SetLeaf(kMdLevel, "4")}).txid(), 2U);
-  EXPECT_TRUE(reader.IsSilent());
+  EXPECT_TRUE(reader.IsSilent(agent_));
   provider.Send(ValueReply(parked, NumberOf(C_UINT64, 7)));
   EXPECT_EQ(reader.Receive().node().value(), "7");
 }
@@ -261,8 +261,7 @@ TEST_F(ProviderRaceTest, AFrontEndThatGoesAwayGivesItsReadUp) {
   provider.Begin();
   // The transaction ends when the provider has answered, and not before.
   provider.Send(PlainReply(request));
-  Front("witness").Status();
-  EXPECT_TRUE(provider.Control().IsSilent());
+  EXPECT_TRUE(provider.Control().IsSilent(agent_));
   provider.AnswerLeft();
   EXPECT_EQ(provider.AwaitFinish(), thandle);
   EXPECT_THAT(provider.ServeUntil(other), ElementsAre("level of local 0"));

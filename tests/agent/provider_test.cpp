@@ -145,7 +145,7 @@ TEST_F(ProviderTest, OneTransactionHoldsAReadTogether) {
   provider.Send(PlainReply(request));
   const pb::ProviderRequest second = provider.Next();
   EXPECT_EQ(second.get_elem().thandle(), thandle);
-  EXPECT_TRUE(provider.Worker().IsSilent());  // one at a time
+  EXPECT_TRUE(provider.Worker().IsSilent(agent_));  // one at a time
   provider.Send(PlainReply(second));
   EXPECT_EQ(front.Receive().errors_size(), 0);
   EXPECT_EQ(provider.AwaitFinish(), thandle);
@@ -289,7 +289,7 @@ TEST_F(ProviderTest, ADelayedReplyIsAwaitedWhileOthersAreAsked) {
   other.SendGet(kLevel0);
   provider.ServeUntil(other);  // a read that came later is not held up
   other.Receive();
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   provider.Send(ValueReply(parked, NumberOf(C_UINT64, -1)));
   EXPECT_THAT(provider.ServeUntil(front),
               ElementsAre("mep-ccms-received of local 0", "mep-ccm-sequence-errors of local 0"));
@@ -451,7 +451,7 @@ TEST_F(ProviderTest, AnOperationIsPerformedByItsProvider) {
   EXPECT_EQ(request.action().actionpoint(), "clear_cfm_statistics");
   EXPECT_NE(request.action().user(), "");
   EXPECT_EQ(request.action().parameters(0).value().number(), 5);
-  EXPECT_TRUE(front.IsSilent());
+  EXPECT_TRUE(front.IsSilent(agent_));
   provider.Send(ResultReply(request, pb::ProviderReply::OK));
   EXPECT_EQ(front.Receive().errors_size(), 0);
 }

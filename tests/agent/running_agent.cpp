@@ -136,9 +136,14 @@ bool Client::IsClosed() {
   return recv(fd_.Get(), &byte, 1, 0) == 0;
 }
 
-bool Client::IsSilent() const {
+bool Client::IsSilent(const RunningAgent& agent) const {
+  Client(agent, pb::ROLE_FRONT_END, "witness").Status();
+  return StaysSilent(std::chrono::milliseconds(0));
+}
+
+bool Client::StaysSilent(std::chrono::milliseconds duration) const {
   pollfd waiting{fd_.Get(), POLLIN, 0};
-  return poll(&waiting, 1, 0) == 0;
+  return poll(&waiting, 1, static_cast<int>(duration.count())) == 0;
 }
 
 void Client::StartSession(unsigned database, unsigned flags) {

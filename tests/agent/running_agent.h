@@ -2,6 +2,7 @@
 #ifndef TESTS_AGENT_RUNNING_AGENT_H
 #define TESTS_AGENT_RUNNING_AGENT_H
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -73,8 +74,11 @@ class Client {
   pb::Reply Call(const pb::Request& request);
   // The agent has closed the connection, after what it may have sent before.
   bool IsClosed();
-  // Nothing is there to be read now.
-  bool IsSilent() const;
+  // Nothing is there to be read, once the agent has dealt with what was sent to it
+  // on any connection before.
+  bool IsSilent(const RunningAgent& agent) const;
+  // Nothing comes for so long.
+  bool StaysSilent(std::chrono::milliseconds duration) const;
 
   // Data connections.
   void StartSession(unsigned database, unsigned flags);

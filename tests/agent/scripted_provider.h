@@ -65,8 +65,8 @@ class ScriptedProvider {
   void AnswerLeft();
   // Drops what is left of it of these.
   void Withdraw(const google::protobuf::RepeatedField<std::uint64_t>& ids);
-  // Nothing is asked now.
-  bool IsIdle() const { return left_.empty() && worker_->IsSilent(); }
+  // Nothing is asked, once the agent has dealt with what was sent to it.
+  bool IsIdle(const RunningAgent& agent) const { return left_.empty() && worker_->IsSilent(agent); }
 
   using Answer = std::function<std::optional<pb::ProviderReply>(const pb::ProviderRequest&)>;
   // Answers until `other` has something to read; each request is noted.

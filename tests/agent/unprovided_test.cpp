@@ -2,6 +2,7 @@
 // when.
 #include <ctime>
 
+#include "await_status.h"
 #include "provider_fixture.h"
 
 namespace agentd::test {
@@ -16,9 +17,12 @@ using ::testing::StartsWith;
 
 const std::string kWritten = std::string(kLocal0) + "/md";
 constexpr const char* kLocals = "/status/oam/cfm/local";
+constexpr std::chrono::milliseconds kMoreThanASecond{1100};
 
 class UnprovidedTest : public ProviderTest {
  protected:
+  using ProviderTest::ProviderTest;
+
   // Begins before what is looked for and ends with now.
   void ExpectRecent(std::int64_t since) const {
     EXPECT_GE(since, begin_);
@@ -29,17 +33,6 @@ class UnprovidedTest : public ProviderTest {
     client.Subscribe(0, {"config", "oam", "cfm", "md"});
     client.SubscribeDone();
     return client;
-  }
-  // The first status that holds what is wanted.
-  template <typename Condition>
-  static pb::Status Await(Client& watcher, Condition wanted) {
-    pb::Request watch;
-    watch.mutable_watch_status();
-    pb::Status status = watcher.Call(watch).status();
-    while (!wanted(status)) {
-      status = watcher.Receive().status();
-    }
-    return status;
   }
   static bool HasLostProvider(const pb::Status& status) {
     return status.providers_size() > 0 && status.providers(0).lost();
@@ -74,8 +67,7 @@ TEST_F(UnprovidedTest, WithAProviderNothingIsSaid) {
 
 TEST_F(UnprovidedTest, RecordsOfALostProviderAreMarkedUntilAnotherIsThere) {
   { ScriptedProvider provider(agent_, "first"); }
-  Client watcher = Front("watcher");
-  const pb::Status status = Await(watcher, HasLostProvider);
+  const pb::Status status = AwaitStatus(Front("watcher"), HasLostProvider);
   ExpectRecent(status.providers(0).since());
   const std::string warning = OnlyWarning(Front().Get(kWritten));
   EXPECT_THAT(warning, StartsWith("data provider first (process "));
@@ -103,9 +95,9 @@ TEST_F(UnprovidedTest, TheStatusTellsSinceWhenWhoIsThere) {
 
 TEST_F(UnprovidedTest, TheStatusTellsWhoIsGoneUntilOneOfThatNameIsBack) {
   { Client subscriber = Subscriber("daemon"); }
-  Client watcher = Front("watcher");
-  const pb::Status gone =
-      Await(watcher, [](const pb::Status& status) { return status.lost_subscribers_size() > 0; });
+  const pb::Status gone = AwaitStatus(Front("watcher"), [](const pb::Status& status) {
+    return status.lost_subscribers_size() > 0;
+  });
   EXPECT_EQ(gone.subscribers_size(), 0);
   EXPECT_EQ(gone.lost_subscribers(0).name(), "daemon");
   EXPECT_EQ(gone.lost_subscribers(0).points(0), "/config/oam/cfm/md");
@@ -119,31 +111,37 @@ TEST_F(UnprovidedTest, TheStatusTellsWhoIsGoneUntilOneOfThatNameIsBack) {
 TEST_F(UnprovidedTest, NobodyIsGoneWhileOneOfThatNameIsThere) {
   Client first = Subscriber("daemon");
   Client second = Subscriber("daemon");
-  Client watcher = Front("watcher");
   first.Hang();
-  const pb::Status one =
-      Await(watcher, [](const pb::Status& status) { return status.subscribers_size() == 1; });
+  const pb::Status one = AwaitStatus(
+      Front("watcher"), [](const pb::Status& status) { return status.subscribers_size() == 1; });
   EXPECT_EQ(one.lost_subscribers_size(), 0);
   second.Hang();
-  while (watcher.Receive().status().lost_subscribers_size() != 1) {
-  }
+  AwaitStatus(Front("watcher"),
+              [](const pb::Status& status) { return status.lost_subscribers_size() == 1; });
 }
 
-TEST_F(UnprovidedTest, TheStatusTellsHowLongSomebodyHasNotAnswered) {
+// Where nobody is given up because this process does nothing.
+class SilenceTest : public UnprovidedTest {
+ protected:
+  SilenceTest() : UnprovidedTest({"--end-timeout", "0", "--heartbeat-interval", "3600"}) {}
+};
+
+TEST_F(SilenceTest, TheStatusTellsHowLongSomebodyHasNotAnswered) {
   ScriptedProvider provider(agent_);
   Client subscriber = Subscriber("daemon");
   Client reader = Front("reader");
   reader.SendGet(std::string(kLocal0) + "/level");
   provider.Begin();
   provider.Next();
-  while (Front().Status().providers(0).silent_seconds() == 0) {
-  }
+  EXPECT_EQ(Front().Status().providers(0).silent_seconds(), 0U);
+  EXPECT_TRUE(reader.StaysSilent(kMoreThanASecond));
+  EXPECT_GE(Front().Status().providers(0).silent_seconds(), 1U);
   Client front = Front();
   front.SendEdit({SetLeaf(std::string(kEast) + "/level", "4")});
   provider.HangWorker();  // so that the commit is announced
   subscriber.ReceiveNotification();
-  while (Front().Status().subscribers(0).silent_seconds() == 0) {
-  }
+  EXPECT_TRUE(subscriber.StaysSilent(kMoreThanASecond));
+  EXPECT_GE(Front().Status().subscribers(0).silent_seconds(), 1U);
   subscriber.Sync();
   EXPECT_EQ(front.Receive().txid(), 2U);
   EXPECT_EQ(Front().Status().subscribers(0).silent_seconds(), 0U);

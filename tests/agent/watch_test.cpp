@@ -59,7 +59,7 @@ TEST_F(WatchTest, WhatIsElsewhereOrStaysTheSameIsNotTold) {
   writer_.Set(EntryPath("remote", 1, "state"), NumberOf(C_ENUM_VALUE, 3));
   writer_.Create(EntryPath("local", 1));
   writer_.Fetch(StatusPath({"local"}));  // a turn of the loop later
-  EXPECT_TRUE(watcher.IsSilent());
+  EXPECT_TRUE(watcher.IsSilent(agent_));
   writer_.Set(EntryPath("local", 0, "md"), TextOf("west"));
   EXPECT_THAT(Paths(watcher.Receive()), UnorderedElementsAre(kLocal0));
 }
@@ -97,7 +97,7 @@ TEST_F(WatchTest, AWatcherThatDoesNotKeepUpIsToldSoAndNoMore) {
   }
   EXPECT_LT(changes, 32);
   EXPECT_THAT(OnlyError(reply), HasSubstr("the watch did not keep up"));
-  EXPECT_TRUE(slow.IsSilent());
+  EXPECT_TRUE(slow.IsSilent(agent_));
   EXPECT_EQ(slow.Status().txid(), 1U) << "the connection serves on";
 }
 

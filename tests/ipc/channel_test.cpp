@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 
 #include <memory>
 #include <stdexcept>
@@ -188,7 +189,9 @@ TEST_F(Channel, ClosesAPeerThatDoesNotRead) {
   EXPECT_TRUE(reasons_.empty()) << "called back from inside Send";
   ASSERT_TRUE(RunUntilClosed());
   EXPECT_THAT(reasons_, ElementsAre(HasSubstr("does not read")));
-  EXPECT_EQ(channel_->Fd(), -1);
+  pollfd peer{peer_.Get(), 0, 0};
+  EXPECT_EQ(poll(&peer, 1, 0), 1);
+  EXPECT_TRUE(peer.revents & POLLHUP);
 }
 
 TEST_F(Channel, RefusesToSendAFrameThatIsTooLong) {

@@ -1,5 +1,6 @@
 #include "scripted_manager.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <cerrno>
@@ -19,10 +20,16 @@ ScriptedManager::ScriptedManager(sd_event* loop, const std::filesystem::path& so
 void ScriptedManager::Accept(ipc::UniqueFd socket) {
   ++connections_;
   hello_.reset();
+  raw_ = ipc::UniqueFd(fcntl(socket.Get(), F_DUPFD_CLOEXEC, 0));
   channel_ = std::make_unique<ipc::Channel>(
       loop_, std::move(socket), SD_EVENT_PRIORITY_NORMAL,
       [this](std::string_view payload) { OnFrame(payload); },
-      [this](const std::string&) { channel_.reset(); });
+      [this](const std::string&) { CloseConnection(); });
+}
+
+void ScriptedManager::CloseConnection() {
+  channel_.reset();
+  raw_ = ipc::UniqueFd();
 }
 
 void ScriptedManager::OnFrame(std::string_view payload) {
@@ -68,7 +75,7 @@ void ScriptedManager::Answer(std::uint64_t number) {
 }
 
 void ScriptedManager::SendBytes(std::string_view bytes) {
-  if (send(channel_->Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
+  if (send(raw_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
       static_cast<ssize_t>(bytes.size())) {
     throw std::system_error(errno, std::system_category(), "send bytes to the client");
   }

@@ -16,6 +16,7 @@
 #include "listener.h"
 #include "manager.pb.h"
 #include "paths.h"
+#include "unique_fd.h"
 
 namespace test {
 
@@ -40,7 +41,7 @@ class ScriptedManager {
   void SetReading(bool reading) { channel_->SetReading(reading); }
   // Sends bytes that nobody checks, all at once. Throws std::system_error.
   void SendBytes(std::string_view bytes);
-  void CloseConnection() { channel_.reset(); }
+  void CloseConnection();
 
   int Connections() const { return connections_; }
   bool Connected() const { return channel_ != nullptr; }
@@ -61,6 +62,7 @@ class ScriptedManager {
   std::vector<cfm::manager::Configuration> configurations_;
   std::vector<cfm::manager::FromClient> requests_;  // all other messages
   std::unique_ptr<ipc::Channel> channel_;
+  ipc::UniqueFd raw_;  // the same socket, for bytes that are no frames
   ipc::Listener listener_;
 };
 

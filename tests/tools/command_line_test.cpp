@@ -24,6 +24,12 @@ TEST_F(CommandLine, EveryCommandExplainsItselfWithExamples) {
   }
 }
 
+TEST_F(CommandLine, HelpSaysWhatTheTimeoutIsToTheCommand) {
+  EXPECT_THAT(RunAsIs({"get", "--help"}).out, HasSubstr("Seconds to wait for an answer (60)\n"));
+  EXPECT_THAT(RunAsIs({"status", "--help"}).out, HasSubstr("(2; with --wait 60)\n"));
+  EXPECT_THAT(RunAsIs({"watch", "--help"}).out, HasSubstr("Seconds to watch (without limit)\n"));
+}
+
 TEST_F(CommandLine, HelpListsTheCommandsThatAreForPeople) {
   const auto outcome = RunAsIs({"--help"});
   EXPECT_EQ(outcome.status, 0);

@@ -4,18 +4,12 @@
 
 #include <system_error>
 
-#include "open_stream.h"
-
 namespace cfmctl {
 namespace {
 
 namespace agent = cfm::agent;
 
 constexpr std::uint32_t kProtocolVersion = 1;
-
-double Seconds(std::chrono::milliseconds time) {
-  return static_cast<double>(time.count()) / 1000;
-}
 
 [[noreturn]] void FailUnknownOutcome(ExitStatus status, const std::string& cause,
                                      std::uint64_t known_txid) {
@@ -30,36 +24,12 @@ double Seconds(std::chrono::milliseconds time) {
 }  // namespace
 
 AgentClient::AgentClient(const std::filesystem::path& socket, std::chrono::milliseconds timeout)
-    : socket_(socket), timeout_(timeout), stream_(OpenStream(socket, timeout, "agent", "agentd")) {
-  Greet();
-}
-
-void AgentClient::Greet() {
+    : listener_{"agent", "agentd", socket, timeout}, stream_(OpenStream(listener_)) {
   agent::Hello hello;
   hello.set_version(kProtocolVersion);
   hello.set_role(agent::ROLE_FRONT_END);
   hello.set_name("cfmctl");
-  agent::HelloReply welcome;
-  FrameStream::Outcome outcome{};
-  try {
-    stream_.Send(hello);
-    outcome = stream_.Receive(welcome, Deadline::After(timeout_));
-  } catch (const std::exception& error) {
-    throw Failure(ExitStatus::kUnreachable, fmt::format("the agent at {} does not welcome us: {}",
-                                                        socket_.native(), error.what()));
-  }
-  if (outcome == FrameStream::Outcome::kTimedOut) {
-    throw Failure(ExitStatus::kTimedOut, fmt::format("the agent at {} did not answer within {} s",
-                                                     socket_.native(), Seconds(timeout_)));
-  }
-  if (outcome == FrameStream::Outcome::kClosed) {
-    throw Failure(ExitStatus::kUnreachable,
-                  fmt::format("the agent at {} closed the connection at once", socket_.native()));
-  }
-  if (!welcome.error().empty()) {
-    throw Failure(ExitStatus::kRefused, fmt::format("the agent at {} refused the connection: {}",
-                                                    socket_.native(), welcome.error()));
-  }
+  Greet<agent::HelloReply>(stream_, listener_, hello);
 }
 
 agent::Reply AgentClient::Ask(const agent::Request& request) {
@@ -88,7 +58,7 @@ agent::Reply AgentClient::Exchange(const agent::Request& request, Effect effect,
   FrameStream::Outcome outcome{};
   try {
     stream_.Send(request);
-    outcome = stream_.Receive(answer, Deadline::After(timeout_));
+    outcome = stream_.Receive(answer, Deadline::After(listener_.timeout));
   } catch (const std::exception& error) {
     fail(ExitStatus::kUnreachable,
          fmt::format("the connection with the agent broke: {}", error.what()));
@@ -98,7 +68,7 @@ agent::Reply AgentClient::Exchange(const agent::Request& request, Effect effect,
   }
   if (outcome == FrameStream::Outcome::kTimedOut) {
     fail(ExitStatus::kTimedOut,
-         fmt::format("the agent did not answer within {} s", Seconds(timeout_)));
+         fmt::format("the agent did not answer within {} s", Seconds(listener_.timeout)));
   }
   if (!answer.has_reply()) {
     fail(ExitStatus::kUnreachable, "the agent sent what is no reply");

@@ -9,7 +9,7 @@
 
 #include "agent.pb.h"
 #include "core/failure.h"
-#include "frame_stream.h"
+#include "open_stream.h"
 
 namespace cfmctl {
 
@@ -41,14 +41,12 @@ class AgentClient {
  private:
   enum class Effect { kNone, kCommit };
 
-  void Greet();
   void Watch(const cfm::agent::Request& request);
   std::uint64_t TransactionId();
   cfm::agent::Reply Exchange(const cfm::agent::Request& request, Effect effect,
                              std::uint64_t known_txid);
 
-  std::filesystem::path socket_;
-  std::chrono::milliseconds timeout_;
+  Listener listener_;
   FrameStream stream_;
 };
 

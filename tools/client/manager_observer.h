@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "cfm/hierarchy.h"
-#include "frame_stream.h"
+#include "open_stream.h"
 
 namespace cfmctl {
 
@@ -34,9 +34,7 @@ class ManagerObserver {
   int Fd() const { return stream_.Fd(); }
 
  private:
-  void Greet(std::chrono::milliseconds timeout);
-
-  std::filesystem::path socket_;
+  Listener listener_;
   FrameStream stream_;
   std::vector<std::string> warnings_;
 };

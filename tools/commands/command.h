@@ -24,6 +24,8 @@ struct Command {
   // Adds description, options and examples, and what happens: a callback that
   // throws Failure when the command cannot be carried out.
   void (*add)(CLI::App& app, Environment& environment);
+  // What --timeout is to it, with its default.
+  const char* timeout = "Seconds to wait for an answer (60)";
 };
 
 inline bool IsHidden(const Command& command) {

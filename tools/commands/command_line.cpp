@@ -40,18 +40,17 @@ class CommandFormatter : public CLI::Formatter {
   const Command& command_;
 };
 
-void AddElementOptions(CLI::App& app, Environment& environment) {
+void AddElementOptions(CLI::App& app, Environment& environment, const char* timeout) {
   app.add_option("--runtime-dir", environment.runtime_dir,
                  "Runtime directory of the element ($CFM_RUNTIME_DIR, or /run/cfm)");
-  app.add_option("--timeout", environment.timeout_seconds, "Seconds to wait for an answer (60)")
-      ->check(SecondsFrom(0.001));
+  app.add_option("--timeout", environment.timeout_seconds, timeout)->check(SecondsFrom(0.001));
 }
 
 void AddCommands(CLI::App& main, Environment& environment) {
   for (const Command& command : Commands()) {
     CLI::App* const app = main.add_subcommand(std::string(command.name));
     command.add(*app, environment);
-    AddElementOptions(*app, environment);
+    AddElementOptions(*app, environment, command.timeout);
     app->formatter(std::make_shared<CommandFormatter>(command));
     if (IsHidden(command)) {
       app->group("");
@@ -102,7 +101,9 @@ ExitStatus RunCommandLine(const std::vector<std::string>& arguments, std::istrea
   main.require_subcommand(0, 1);  // one; CLI11 would not name a wrong word itself
   main.footer(kExitStatusHelp);
   main.set_version_flag("--version", "cfmctl " CFMCTL_VERSION);
-  AddElementOptions(main, environment);
+  AddElementOptions(main, environment,
+                    "Seconds to wait for an answer, or to watch; \"cfmctl COMMAND --help\" tells "
+                    "the default");
   AddCommands(main, environment);
   try {
     CheckEncoding(arguments);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "confd_client/path_arguments.h"
 #include "confd_client/path_call.h"
 #include "confd_client/reader.h"
 #include "confd_client/value.h"
@@ -85,10 +86,7 @@ int GetList(Connection& connection, const Path& path, confd_value_t** elements, 
 extern "C" {
 
 int cdb_num_instances(int sock, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(sock, fmt, arguments,
                        [&](confd::Connection& connection, const confd::Path& path) {
                          return confd::CountEntries(connection, path);
@@ -96,10 +94,7 @@ int cdb_num_instances(int sock, const char* fmt, ...) {
 }
 
 int cdb_exists(int sock, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(sock, fmt, arguments,
                        [&](confd::Connection& connection, const confd::Path& path) {
                          return confd::Exists(connection, path) ? 1 : 0;
@@ -107,10 +102,7 @@ int cdb_exists(int sock, const char* fmt, ...) {
 }
 
 int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
@@ -120,10 +112,7 @@ int cdb_get(int sock, confd_value_t* v, const char* fmt, ...) {
 }
 
 int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
@@ -133,10 +122,7 @@ int cdb_get_int32(int sock, int32_t* rval, const char* fmt, ...) {
 }
 
 int cdb_get_enum_value(int sock, int32_t* rval, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
@@ -146,10 +132,7 @@ int cdb_get_enum_value(int sock, int32_t* rval, const char* fmt, ...) {
 }
 
 int cdb_get_str(int sock, char* rval, int n, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {
@@ -159,10 +142,7 @@ int cdb_get_str(int sock, char* rval, int n, const char* fmt, ...) {
 }
 
 int cdb_get_list(int sock, confd_value_t** values, int* n, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [&](confd::Connection& connection, const confd::Path& path) {

@@ -7,8 +7,8 @@
 #include "confd_client/connection.h"
 #include "confd_client/diff_walk.h"
 #include "confd_client/names.h"
+#include "confd_client/path_arguments.h"
 #include "confd_client/path_message.h"
-#include "confd_client/path_parser.h"
 #include "fail_point.h"
 
 namespace confd {
@@ -137,10 +137,7 @@ int Sync(Connection& connection, cdb_subscription_sync_type type) {
 extern "C" {
 
 int cdb_subscribe(int sock, int prio, int nspace, int* spoint, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::OnConnection(sock, CDB_SUBSCRIPTION_SOCKET, [&](confd::Connection& connection) {
     const confd::Path path = confd::ParseFormat(fmt, arguments);
     try {

@@ -5,6 +5,7 @@
 
 #include "confd_client/daemon.h"
 #include "confd_client/given_configuration.h"
+#include "confd_client/path_arguments.h"
 #include "confd_client/path_call.h"
 #include "confd_client/path_message.h"
 #include "confd_client/wire_value.h"
@@ -102,10 +103,7 @@ int Write(Connection& connection, OperationalWrite::Operation operation, const P
 extern "C" {
 
 int cdb_create(int sock, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments, [](confd::Connection& connection, const confd::Path& path) {
         return confd::Write(connection, confd::OperationalWrite::CREATE, path, nullptr);
@@ -113,10 +111,7 @@ int cdb_create(int sock, const char* fmt, ...) {
 }
 
 int cdb_delete(int sock, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments, [](confd::Connection& connection, const confd::Path& path) {
         return confd::Write(connection, confd::OperationalWrite::DELETE, path, nullptr);
@@ -124,10 +119,7 @@ int cdb_delete(int sock, const char* fmt, ...) {
 }
 
 int cdb_set_elem(int sock, confd_value_t* val, const char* fmt, ...) {
-  std::va_list list;
-  va_start(list, fmt);
-  confd::VariadicArguments arguments(list);
-  va_end(list);
+  CONFD_PATH_ARGUMENTS(arguments, fmt);
   return confd::AtPath(
       sock, fmt, arguments,
       [val](confd::Connection& connection, const confd::Path& path) {
