@@ -160,6 +160,10 @@ void CommitQueue::Abandon(const void* owner) {
   soon_.Set(std::chrono::microseconds(0));
 }
 
+std::string CommitQueue::Unfinished() const {
+  return IsBusy() && IsAbandoned(queue_.front()) ? "the commit from " + queue_.front().origin : "";
+}
+
 void CommitQueue::OnImpatience() {
   const std::string holders = locks_.Holders();
   Finish({.problems = {{.message = "commit: the configuration stayed locked by " + holders +

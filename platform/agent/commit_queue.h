@@ -52,6 +52,8 @@ class CommitQueue {
   // is written until its subscribers are done.
   bool IsChanging() const { return state_ == State::kAnnouncing; }
   bool IsBusy() const { return state_ != State::kIdle; }
+  // The commit in work when nobody waits for its reply, for people; else empty.
+  std::string Unfinished() const;
 
   // Called whenever IsBusy or the running state changes.
   void OnProgress(std::function<void()> on_progress) { on_progress_ = std::move(on_progress); }
