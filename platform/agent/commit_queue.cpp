@@ -165,6 +165,9 @@ std::string CommitQueue::Unfinished() const {
 }
 
 void CommitQueue::OnImpatience() {
+  if (locks_.IsFree()) {
+    return OnSoon();
+  }
   const std::string holders = locks_.Holders();
   Finish({.problems = {{.message = "commit: the configuration stayed locked by " + holders +
                                    "; nothing was changed: try again, or stop that program"}}});

@@ -13,6 +13,7 @@
 
 #include "announcement.h"
 #include "datastore.h"
+#include "deadline.h"
 #include "lock_table.h"
 #include "timer.h"
 
@@ -76,7 +77,7 @@ class CommitQueue {
   LockTable& locks_;
   Announcement& announcement_;
   std::chrono::microseconds patience_;
-  Timer timer_;
+  Deadline timer_;
   // Goes on when the locks or the front end are gone, out of the destructor that
   // tells of it.
   Timer soon_;
