@@ -6,6 +6,7 @@
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
+#include "while_set.h"
 
 namespace agentd {
 namespace {
@@ -55,11 +56,10 @@ void CommitQueue::Advance() {
   if (advancing_) {
     return;
   }
-  advancing_ = true;
+  const WhileSet advancing(advancing_);
   while (state_ == State::kIdle && !queue_.empty()) {
     Start();
   }
-  advancing_ = false;
 }
 
 // Whatever fails here must cost this commit only, not those that wait.
