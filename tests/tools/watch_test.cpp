@@ -247,6 +247,15 @@ TEST_F(Watch, OneThatDoesNotKeepUpIsToldSo) {
                                              "  the watch did not keep up\n"));
 }
 
+TEST_F(Watch, OneThatDoesNotKeepUpWithTheAgentsStatusIsToldSo) {
+  auto watch = Start({});
+  agent_.EndStatusWatches();
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: the agent has ended the watch\n"
+                                             "  the watch did not keep up\n"));
+}
+
 TEST_F(Watch, LinesThatDidNotComeInTimeAreATimeoutToo) {
   EXPECT_EQ(Run({"watch", "--count", "1", "--timeout", "0.05"}).status, 4);
 }

@@ -4,6 +4,7 @@
 
 #include <system_error>
 
+#include "error_lines.h"
 #include "open_stream.h"
 
 namespace cfmctl {
@@ -129,6 +130,9 @@ void AgentClient::Watch(const agent::Request& request) {
 
 std::optional<agent::Status> AgentClient::NextStatus(const Deadline& deadline) {
   const auto reply = NextReply(deadline);
+  if (reply && !reply->errors().empty()) {
+    throw Failure(ExitStatus::kUnreachable, "the agent has ended the watch", ErrorLines(*reply));
+  }
   return reply ? std::optional(reply->status()) : std::nullopt;
 }
 
