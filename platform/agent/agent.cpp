@@ -53,9 +53,12 @@ cfm::agent::Status Agent::ReadStatus() const {
 }
 
 std::string Agent::Unfinished() const {
-  const std::string connections = server_.Unfinished();
-  const std::string providers = providers_.Unfinished();
-  return connections + (connections.empty() || providers.empty() ? "" : ", ") + providers;
+  std::string all;
+  for (const std::string& each :
+       {server_.Unfinished(), providers_.Unfinished(), commits_.Unfinished()}) {
+    all += (all.empty() || each.empty() ? "" : ", ") + each;
+  }
+  return all;
 }
 
 Ending::Steps Agent::StepsOfEnding() {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "deadline.h"
 #include "heartbeat.h"
 #include "model.h"
 #include "subscriptions.h"
@@ -65,7 +66,7 @@ class Announcement {
   Subscriptions& subscriptions_;
   Heartbeat& heartbeat_;
   std::chrono::microseconds timeout_;
-  Timer timer_;
+  Deadline timer_;
   Timer soon_;  // goes on after a loss, when all that goes with it is gone
 
   std::uint64_t txid_ = 0;

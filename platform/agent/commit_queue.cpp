@@ -6,6 +6,7 @@
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
+#include "while_set.h"
 
 namespace agentd {
 namespace {
@@ -55,11 +56,10 @@ void CommitQueue::Advance() {
   if (advancing_) {
     return;
   }
-  advancing_ = true;
+  const WhileSet advancing(advancing_);
   while (state_ == State::kIdle && !queue_.empty()) {
     Start();
   }
-  advancing_ = false;
 }
 
 // Whatever fails here must cost this commit only, not those that wait.
@@ -160,7 +160,14 @@ void CommitQueue::Abandon(const void* owner) {
   soon_.Set(std::chrono::microseconds(0));
 }
 
+std::string CommitQueue::Unfinished() const {
+  return IsBusy() && IsAbandoned(queue_.front()) ? "the commit from " + queue_.front().origin : "";
+}
+
 void CommitQueue::OnImpatience() {
+  if (locks_.IsFree()) {
+    return OnSoon();
+  }
   const std::string holders = locks_.Holders();
   Finish({.problems = {{.message = "commit: the configuration stayed locked by " + holders +
                                    "; nothing was changed: try again, or stop that program"}}});

@@ -13,6 +13,7 @@
 
 #include "announcement.h"
 #include "datastore.h"
+#include "deadline.h"
 #include "lock_table.h"
 #include "timer.h"
 
@@ -52,6 +53,8 @@ class CommitQueue {
   // is written until its subscribers are done.
   bool IsChanging() const { return state_ == State::kAnnouncing; }
   bool IsBusy() const { return state_ != State::kIdle; }
+  // The commit in work when nobody waits for its reply, for people; else empty.
+  std::string Unfinished() const;
 
   // Called whenever IsBusy or the running state changes.
   void OnProgress(std::function<void()> on_progress) { on_progress_ = std::move(on_progress); }
@@ -74,7 +77,7 @@ class CommitQueue {
   LockTable& locks_;
   Announcement& announcement_;
   std::chrono::microseconds patience_;
-  Timer timer_;
+  Deadline timer_;
   // Goes on when the locks or the front end are gone, out of the destructor that
   // tells of it.
   Timer soon_;

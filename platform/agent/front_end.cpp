@@ -190,6 +190,7 @@ void FrontEnd::EndWatch() {
   AGENT_LOG_WARNING("the watch of %s ends: it does not keep up: %s", peer_.Describe().c_str(),
                     backlog.c_str());
   services_.watch.Unwatch(this);
+  services_.status.Unwatch(this);
   SendProblems(peer_, {{.message = "the watch did not keep up with the changes: " + backlog}});
 }
 
@@ -272,11 +273,19 @@ void FrontEnd::SendStatus() {
 }
 
 void FrontEnd::WatchStatus() {
-  services_.status.Watch(this, [this](const cfm::agent::Status& status) {
-    Reply reply;
-    *reply.mutable_status() = status;
-    SendReply(peer_, std::move(reply));
-  });
+  if (peer_.QueuedBytes() > kMaxWatchBacklog) {
+    throw ipc::ProtocolError("a watcher that does not read");
+  }
+  services_.status.Watch(this, [this](const cfm::agent::Status& status) { TellStatus(status); });
+}
+
+void FrontEnd::TellStatus(const cfm::agent::Status& status) {
+  if (peer_.QueuedBytes() > kMaxWatchBacklog) {
+    return EndWatch();
+  }
+  Reply reply;
+  *reply.mutable_status() = status;
+  SendReply(peer_, std::move(reply));
 }
 
 void FrontEnd::Commit(std::function<Result<Draft>()> make,

@@ -32,6 +32,7 @@ class FrontEnd : public Role {
   void DiffCandidate();
   void SendStatus();
   void WatchStatus();
+  void TellStatus(const cfm::agent::Status& status);
 
   Problems TestOnly(const cfm::agent::Edit& request) const;
   // Queues a commit; its end is answered when the front end is still there.

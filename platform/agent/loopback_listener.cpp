@@ -3,11 +3,12 @@
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 
 #include <cerrno>
+#include <string>
 #include <system_error>
+#include <utility>
 
 namespace agentd {
 namespace {
@@ -35,28 +36,20 @@ ipc::UniqueFd Listen(std::uint16_t port) {
   return socket;
 }
 
+// Small frames, answered one at a time.
+void SendAtOnce(const ipc::UniqueFd& socket) {
+  const int on = 1;
+  setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+}
+
 }  // namespace
 
 LoopbackListener::LoopbackListener(sd_event* loop, std::uint16_t port, std::int64_t priority,
                                    AcceptHandler on_accept)
-    : socket_(Listen(port)), on_accept_(std::move(on_accept)) {
-  sd_event_source* source = nullptr;
-  ipc::CheckEvent(sd_event_add_io(loop, &source, socket_.Get(), EPOLLIN, OnReadable, this),
-                  "watch a loopback port");
-  source_.reset(source);
-  ipc::CheckEvent(sd_event_source_set_priority(source, priority), "set priority of a listener");
-}
-
-int LoopbackListener::OnReadable(sd_event_source* source, int fd, std::uint32_t,
-                                 void* self) noexcept {
-  return ipc::DispatchGuarded(source, "loopback port", [&] {
-    ipc::UniqueFd socket(accept4(fd, nullptr, nullptr, SOCK_CLOEXEC));
-    if (socket) {
-      const int on = 1;  // small frames, answered one at a time
-      setsockopt(socket.Get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-      static_cast<LoopbackListener*>(self)->on_accept_(std::move(socket));
-    }
-  });
-}
+    : acceptor_(loop, Listen(port), "127.0.0.1:" + std::to_string(port), priority,
+                [on_accept = std::move(on_accept)](ipc::UniqueFd socket) {
+                  SendAtOnce(socket);
+                  on_accept(std::move(socket));
+                }) {}
 
 }  // namespace agentd

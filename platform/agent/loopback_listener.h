@@ -5,30 +5,21 @@
 #include <systemd/sd-event.h>
 
 #include <cstdint>
-#include <functional>
 
-#include "event_source.h"
-#include "unique_fd.h"
+#include "acceptor.h"
 
 namespace agentd {
 
 class LoopbackListener {
  public:
-  using AcceptHandler = std::function<void(ipc::UniqueFd socket)>;
+  using AcceptHandler = ipc::Acceptor::Handler;
 
   // Throws std::system_error naming the port.
   LoopbackListener(sd_event* loop, std::uint16_t port, std::int64_t priority,
                    AcceptHandler on_accept);
 
-  LoopbackListener(const LoopbackListener&) = delete;
-  LoopbackListener& operator=(const LoopbackListener&) = delete;
-
  private:
-  static int OnReadable(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
-
-  ipc::UniqueFd socket_;
-  AcceptHandler on_accept_;
-  ipc::EventSource source_;
+  ipc::Acceptor acceptor_;
 };
 
 }  // namespace agentd

@@ -79,7 +79,7 @@ bool OperationalRead::NamesOneEntry() const {
 }
 
 void OperationalRead::Begin() {
-  state_ = services_.datastore.Running();
+  TakeState();
   thandle_ = services_.providers.NewTransaction();
   agenda_.emplace(ReadPlan(services_.operational.Top(), services_.provider_model, path_, scope_));
   answers_.emplace(services_.model, agenda_->Plan());
@@ -95,13 +95,19 @@ void OperationalRead::GiveUp() {
   }
 }
 
+// What was judged points into the state that goes.
+void OperationalRead::TakeState() {
+  judgement_ = {};
+  state_ = services_.datastore.Running();
+}
+
 // A read that only waits for delayed replies is what it is.
 void OperationalRead::FollowConfiguration() {
   if (state_ == services_.datastore.Running() || (!walk_ && agenda_->IsEmpty())) {
     return;
   }
   if (restarts_ == kMaxRestarts) {
-    state_ = services_.datastore.Running();
+    TakeState();
     is_mixed_ = true;
     return;
   }
@@ -123,11 +129,10 @@ bool OperationalRead::Holds(const ComputedLeaf& leaf, const EntryPtr& entry) {
     return true;
   }
   const bool is_known = judgement_.condition == leaf.condition.get() &&
-                        judgement_.entry == entry.get() && judgement_.version == entry->version &&
-                        judgement_.state == state_.get();
+                        judgement_.entry == entry.get() && judgement_.version == entry->version;
   if (!is_known) {
     const auto neighbour = [&](const lysc_node& each) { return WrittenText(*entry, each); };
-    judgement_ = {leaf.condition.get(), entry.get(), entry->version, state_.get(),
+    judgement_ = {leaf.condition.get(), entry.get(), entry->version,
                   leaf.condition->Find(services_.model, state_->Top(), neighbour)};
   }
   return judgement_.configured != nullptr;

@@ -67,6 +67,7 @@ class OperationalRead final : public Asker {
   Candidate CandidateOf(const ReadAgenda::Item& item) const;
   bool Skip(const Question& question);
   bool Holds(const ComputedLeaf& leaf, const EntryPtr& entry);
+  void TakeState();
   void FollowConfiguration();
   void Begin();
   void GiveUp();
@@ -115,7 +116,6 @@ class OperationalRead final : public Asker {
     const Condition* condition = nullptr;
     const OperationalEntry* entry = nullptr;
     std::uint64_t version = 0;
-    const Snapshot* state = nullptr;
     const lyd_node* configured = nullptr;
   };
   Judgement judgement_;

@@ -6,6 +6,7 @@
 #include "fail_point.h"
 #include "frame.h"
 #include "log.h"
+#include "while_set.h"
 
 namespace agentd {
 
@@ -284,7 +285,7 @@ void Provider::Pump() {
   if (pumping_) {
     return;
   }
-  pumping_ = true;
+  const WhileSet pumping(pumping_);
   while (alive_ && worker_ != nullptr && in_window_ == 0 && !rules_.on_hold()) {
     const auto next = std::find_if(waiting_.begin(), waiting_.end(),
                                    [this](const Waiting& each) { return MayTurn(each); });
@@ -295,7 +296,6 @@ void Provider::Pump() {
     waiting_.erase(next);
     asker.OnTurn(*this);
   }
-  pumping_ = false;
 }
 
 void Provider::EntryGone(const EntryPtr& entry, std::vector<std::uint64_t>& withdrawn) {

@@ -19,11 +19,11 @@
 #include <string>
 #include <vector>
 
+#include "deadline.h"
 #include "heartbeat.h"
 #include "lock_table.h"
 #include "operational_store.h"
 #include "role.h"
-#include "timer.h"
 
 namespace agentd {
 
@@ -181,7 +181,7 @@ class Provider {
   std::set<std::uint32_t> ending_;              // transactions to be finished
   bool watching_ = false;
   bool watching_life_ = false;
-  Timer timer_;
+  Deadline timer_;
 };
 
 }  // namespace agentd

@@ -4,7 +4,8 @@ namespace agentd {
 
 void StatusBoard::Tell(Entry& entry, const cfm::agent::Status& status, const std::string& text) {
   entry.last = text;
-  entry.watcher(status);
+  const Watcher watcher = entry.watcher;  // its call may end the entry
+  watcher(status);
 }
 
 void StatusBoard::Watch(const void* owner, Watcher watcher) {
@@ -18,7 +19,8 @@ void StatusBoard::Changed() {
   }
   const cfm::agent::Status status = Read();
   const std::string text = status.SerializeAsString();
-  for (auto& [owner, entry] : watchers_) {
+  for (auto next = watchers_.begin(); next != watchers_.end();) {
+    Entry& entry = next++->second;
     if (entry.last != text) {
       Tell(entry, status, text);
     }

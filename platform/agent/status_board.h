@@ -18,7 +18,8 @@ class StatusBoard {
 
   cfm::agent::Status Read() const { return read_(); }
 
-  // `watcher` hears of the status at once and then whenever it is another.
+  // `watcher` hears of the status at once and then whenever it is another. It may
+  // take itself back in a call.
   void Watch(const void* owner, Watcher watcher);
   void Unwatch(const void* owner) { watchers_.erase(owner); }
 

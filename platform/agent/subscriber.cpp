@@ -56,8 +56,9 @@ void Subscriber::Subscribe(const cfm::agent::Subscribe& request) {
 }
 
 Problems Subscriber::AddPoint(const cfm::agent::Subscribe& request) {
-  const auto refused = [](const std::string& message, const InstancePath& path) {
-    return Problems{{.message = message, .path = TextOf(path), .code = CONFD_ERR_BADPATH}};
+  const auto refused = [](const std::string& message, const InstancePath& path,
+                          int code = CONFD_ERR_BADPATH) {
+    return Problems{{.message = message, .path = TextOf(path), .code = code}};
   };
   auto path = ResolvePath(services_.model, request.path());
   if (!path) {
@@ -74,6 +75,11 @@ Problems Subscriber::AddPoint(const cfm::agent::Subscribe& request) {
   if (request.name_space() != 0 &&
       request.name_space() != services_.model.NamespaceOf(*path->front().schema)) {
     return refused("subscribe: the path is of another namespace", *path);
+  }
+  if (points_.size() == CDB_MAX_SUBSCRIPTION_POINTS) {
+    return refused("subscribe: the connection has " + std::to_string(points_.size()) +
+                       " points, which is all that it may have: use another one",
+                   *path, CONFD_ERR_PROTOUSAGE);
   }
   points_.push_back({services_.subscriptions.NextPoint(), request.priority(), std::move(*path)});
   return {};

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "event_source.h"
+#include "acceptor.h"
 #include "peer.h"
 #include "unique_fd.h"
 
@@ -36,17 +36,8 @@ class Listener {
   Listener& operator=(const Listener&) = delete;
 
  private:
-  static int OnReadable(sd_event_source* source, int fd, std::uint32_t events, void* self) noexcept;
-  static int OnPauseOver(sd_event_source* source, std::uint64_t now, void* self) noexcept;
-  void Accept();
-  void TurnAway();
-
   std::filesystem::path path_;
-  UniqueFd socket_;
-  UniqueFd spare_;  // given up to turn a peer away when descriptors run out
-  AcceptHandler on_accept_;
-  EventSource source_;
-  EventSource pause_;
+  Acceptor acceptor_;
 };
 
 }  // namespace ipc

@@ -31,7 +31,7 @@ AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name
       interface_(ipc::AgentSocket(), name),
       agent_watch_(loop_, ipc::AgentSocket(), velmw::kAgentPriority,
                    [this] { InLoop(&AgentLink::Connect); }) {
-  interface_.OnLostSession([this] { lost_session_ = CallLater(loop_, 0, OnLostSession, this); });
+  interface_.OnLostSession([this] { LoseSoon(); });
   interface_.WatchIdle([this](int fd) { return WatchSocket(loop_, fd, OnIdleSocket, this); });
   agent_watch_.Start();
 }
@@ -106,7 +106,7 @@ void AgentLink::Serve() {
   data_watch_ = WatchSocket(loop_, connection_->DataSocket(), OnDataSocket, this);
   subscription_watch_ =
       WatchSocket(loop_, connection_->SubscriptionSocket(), OnSubscriptionSocket, this);
-  if (provider_) {
+  if (provider_ && !lost_session_) {
     control_watch_ = WatchSocket(loop_, provider_->ControlSocket(), OnControlSocket, this);
     worker_watch_ = WatchSocket(loop_, provider_->WorkerSocket(), OnWorkerSocket, this);
   }
@@ -158,6 +158,15 @@ void AgentLink::Lose(const AgentError& error) {
   } else {
     Await(error);
   }
+}
+
+// The session's end has callers, so the loss comes later. Until then nothing is
+// answered: what the session has taken away may be asked about, because the
+// agent withdrew the questions in a reply that is lost.
+void AgentLink::LoseSoon() {
+  lost_session_ = CallLater(loop_, 0, OnLostSession, this);
+  worker_watch_.reset();
+  control_watch_.reset();
 }
 
 // One connection went, or did not come about, while the others stay. What a

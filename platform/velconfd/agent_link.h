@@ -59,6 +59,7 @@ class AgentLink {
   void WorkWorker();
 
   void Lose(const AgentError& error);
+  void LoseSoon();
   void LoseForSession();
   void TellLoss();
   void Await(const AgentError& error);

@@ -88,6 +88,27 @@ TEST_F(Commit, OneConnectionGetsOneNotificationAPriorityWithThePointsThatWereTou
   EXPECT_THAT(client.ReceiveNotification().points(), ::testing::ElementsAre(meps, mds));
 }
 
+// The library takes no notification of more points.
+TEST_F(Commit, AConnectionSubscribesToAsManyPointsAsANotificationCanName) {
+  Client client(agent_, pb::ROLE_CDB_SUBSCRIPTION, "greedy");
+  for (int i = 0; i < CDB_MAX_SUBSCRIPTION_POINTS; ++i) {
+    client.Subscribe(0, kMdList);
+  }
+  pb::Request request;
+  for (const std::string& name : kMdList) {
+    request.mutable_subscribe()->mutable_path()->add_steps()->set_name(name);
+  }
+  const pb::Reply refusal = client.Call(request);
+  ASSERT_EQ(refusal.errors_size(), 1);
+  EXPECT_THAT(refusal.errors(0).message(), HasSubstr("1024 points"));
+  EXPECT_EQ(client.SubscribeDone().errors_size(), 0);
+  Client front = Front();
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  EXPECT_EQ(client.ReceiveNotification().points_size(), CDB_MAX_SUBSCRIPTION_POINTS);
+  client.Sync();
+  EXPECT_EQ(front.Receive().warnings_size(), 0);
+}
+
 TEST_F(Commit, ThatChangesNothingKeepsTheNumberAndIsNotAnnounced) {
   Client subscriber = Subscriber(0);
   const pb::Reply reply = Front().Edit({SetLeaf(kLevel, "3")});

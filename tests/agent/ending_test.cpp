@@ -181,6 +181,36 @@ TEST_F(EndingTest, TheCommitInWorkIsAnsweredAndThoseThatWaitAreRefused) {
   EXPECT_THAT(after.Show(), HasSubstr("<level>4</level>"));
 }
 
+TEST_F(EndingTest, AnAnnouncedCommitIsFinishedThoughItsFrontEndIsGone) {
+  Client subscriber = Subscriber(0, "listener");
+  Client data = Data("listener");
+  Client front = Front("leaving");
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  subscriber.ReceiveNotification();
+  front.Hang();
+  Front("witness").Status();  // and so the end of the other is heard
+  agent_.AskToEnd();
+  EXPECT_EQ(data.Txid(), 2U);  // as programs do before they acknowledge
+  EXPECT_THAT(agent_.Log(), HasSubstr("first finishes the work of the commit from leaving"));
+  subscriber.Sync();
+  ExpectEnd();
+}
+
+TEST_F(EndingTest, AnAnnouncedCommitIsFinishedThoughItsFrontEndGoesMeanwhile) {
+  Client subscriber = Subscriber(0, "listener");
+  Client data = Data("listener");
+  Client front = Front("leaving");
+  front.SendEdit({SetLeaf(kLevel, "4")});
+  subscriber.ReceiveNotification();
+  agent_.AskToEnd();
+  front.Hang();
+  EXPECT_TRUE(Front("late").IsClosed());  // and so the end of the other is heard
+  EXPECT_EQ(data.Txid(), 2U);
+  EXPECT_EQ(data.Txid(), 2U);  // it has had time to look for rest
+  subscriber.Sync();
+  ExpectEnd();
+}
+
 TEST_F(EndingTest, ASecondRequestEndsItAtOnce) {
   OperationalWriter writer(agent_);  // would keep the agent
   agent_.AskToEnd();

@@ -65,6 +65,10 @@ void RunningAgent::Kill() {
   process_->AwaitExit();
 }
 
+void RunningAgent::GoOn() {
+  process_->Signal(SIGCONT);
+}
+
 ::test::CommandResult RunningAgent::RunAnother() const {
   return ::test::Run(Command(), {{"CFM_LOG", "stderr"}});
 }

@@ -30,6 +30,9 @@ class RunningAgent {
   void AskToEnd();
   std::optional<int> AwaitExit() { return process_->AwaitExit(); }
   void Kill();
+  // Stands still, until it goes on.
+  void Freeze() { process_->Freeze(); }
+  void GoOn();
   // Another process on the same directories; its exit status and its one line.
   ::test::CommandResult RunAnother() const;
 

@@ -79,6 +79,34 @@ TEST_F(WatchTest, PathsThatCannotBeWatchedAreRefused) {
   }
 }
 
+// The status is long, as there are many points.
+TEST_F(WatchTest, AStatusWatcherThatDoesNotKeepUpIsToldSoAndNoMore) {
+  Client slow = Front("slow");
+  pb::Request watch;
+  watch.mutable_watch_status();
+  slow.Call(watch);
+  Client subscriber(agent_, pb::ROLE_CDB_SUBSCRIPTION, "listener");
+  for (int i = 0; i < 1000; ++i) {
+    subscriber.Subscribe(0, {"config", "oam", "cfm", "md", "ma", "mep", "continuity-check"});
+  }
+  subscriber.SubscribeDone();
+  Client front = Front();
+  constexpr int kCommits = 400;
+  for (int i = 0; i < kCommits; ++i) {
+    front.Edit({SetLeaf(std::string(kEast) + "/level", std::to_string(i % 2))});
+  }
+  EXPECT_TRUE(agent_.AwaitLog("the watch of slow"));
+  pb::Reply reply = slow.Receive();
+  int changes = 0;
+  for (; reply.has_status(); reply = slow.Receive()) {
+    ++changes;
+  }
+  EXPECT_LT(changes, kCommits);
+  EXPECT_THAT(OnlyError(reply), HasSubstr("the watch did not keep up"));
+  EXPECT_TRUE(slow.IsSilent());
+  EXPECT_GT(slow.Call(watch).status().txid(), 1U) << "the connection serves on";
+}
+
 TEST_F(WatchTest, AWatcherThatDoesNotKeepUpIsToldSoAndNoMore) {
   Client slow = Front("slow");
   slow.Call(Watch("/status"));

@@ -172,6 +172,13 @@ void FakeAgent::EndWatches() {
   SendToEach(operational_watchers_, message);
 }
 
+void FakeAgent::EndStatusWatches() {
+  const std::lock_guard lock(mutex_);
+  cfm::agent::FromAgent message;
+  message.mutable_reply()->add_errors()->set_message("the watch did not keep up");
+  SendToEach(std::exchange(watchers_, {}), message);
+}
+
 void FakeAgent::AwaitOperationalWatcher() {
   std::unique_lock lock(mutex_);
   const bool came = watched_.wait_for(lock, std::chrono::seconds(30),

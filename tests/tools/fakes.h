@@ -66,6 +66,8 @@ class FakeAgent {
   void ChangeRecord(const std::string& path, const std::optional<cfmctl::TreeNode>& record);
   // The watchers of records are told that they do not keep up.
   void EndWatches();
+  // The same of those of the status, which hear no more.
+  void EndStatusWatches();
   // Awaits one more than the calls before.
   void AwaitOperationalWatcher();
   // Every request but GetStatus and the watches, as they came.

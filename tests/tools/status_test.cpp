@@ -201,6 +201,19 @@ TEST_F(Status, WaitingSeesTheRuntimeDirectoryComeIntoBeing) {
   EXPECT_EQ(outcome.get().status, 0);
 }
 
+TEST_F(Status, WaitingBeginsAnewWhenItDidNotKeepUp) {
+  test::FakeAgent agent(Directory());
+  agent.SetStatus(test::StatusOf(12, false));
+  test::FakeManager manager(Directory(), {});
+  auto outcome = Start({"status", "--wait", "30"});
+  manager.AwaitObserver();
+  agent.EndStatusWatches();
+  agent.SetStatus(test::StatusOf(13));
+  const auto seen = outcome.get();
+  EXPECT_EQ(seen.status, 0);
+  EXPECT_THAT(seen.out, HasSubstr("transaction 13"));
+}
+
 TEST_F(Status, WaitingOutlivesAnAgentThatIsReplaced) {
   auto first = std::make_unique<test::FakeAgent>(Directory());
   first->SetStatus(test::StatusOf(12, false));

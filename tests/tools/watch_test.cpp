@@ -190,6 +190,35 @@ TEST_F(Watch, WhatADaemonThatWentAwayLeftIsNotBelieved) {
                                      "gone since 2001-09-09T01:46:40Z: the status stands still"));
 }
 
+// A probe that subscribed and ended long ago, and one that provided something
+// else, have no part in it.
+TEST_F(Watch, WhoWentLastIsNamedOfThoseThatAreMissed) {
+  const auto lose = [](agent::SubscriberStatus* lost, const char* name, std::int64_t since) {
+    lost->set_name(name);
+    lost->set_pid(7);
+    lost->set_since(since);
+  };
+  agent::Status status = test::StatusOf(1);
+  agent::ProviderStatus* const other = status.add_providers();
+  other->set_name("other");
+  other->set_lost(true);
+  status.clear_subscribers();
+  lose(status.add_lost_subscribers(), "probe", 1'000'000'000);
+  lose(status.add_lost_subscribers(), "cfm-app", 1'000'000'001);
+  agent_.SetStatus(status);
+  EXPECT_THAT(Run({"watch", "--timeout", "0.05"}).err,
+              HasSubstr("the daemon is not there, cfm-app (process 7) is gone since "
+                        "2001-09-09T01:46:41Z: the status stands still"));
+
+  test::AddProvider(status);
+  status.mutable_providers(0)->set_lost(true);
+  status.mutable_providers(2)->set_lost(true);
+  status.mutable_providers(2)->set_pid(8);
+  agent_.SetStatus(status);
+  EXPECT_THAT(Run({"watch", "--timeout", "0.05"}).err,
+              HasSubstr("the daemon is not there, cfm-app (process 8) is gone: "));
+}
+
 TEST_F(Watch, WaitsForTheDaemonWhenTheConditionHoldsAlready) {
   Local("-");
   agent_.SetStatus(test::StatusOf(1, false));
@@ -212,6 +241,15 @@ TEST_F(Watch, OfNamesThatAreNotConfiguredItWarns) {
 TEST_F(Watch, OneThatDoesNotKeepUpIsToldSo) {
   auto watch = Start({});
   agent_.EndWatches();
+  const auto outcome = watch.get();
+  EXPECT_EQ(outcome.status, 3);
+  EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: the agent has ended the watch\n"
+                                             "  the watch did not keep up\n"));
+}
+
+TEST_F(Watch, OneThatDoesNotKeepUpWithTheAgentsStatusIsToldSo) {
+  auto watch = Start({});
+  agent_.EndStatusWatches();
   const auto outcome = watch.get();
   EXPECT_EQ(outcome.status, 3);
   EXPECT_THAT(outcome.err, testing::EndsWith("cfmctl: the agent has ended the watch\n"

@@ -97,6 +97,46 @@ TEST_F(SessionTest, AConnectionThatIsLostInASessionCountsAsTheLossOfTheAgent) {
   EXPECT_TRUE(Await("agent up"));
 }
 
+// What is asked may be about entries that the session has taken away; that the
+// agent withdrew the questions was in a reply that is lost.
+TEST_F(SessionTest, NothingIsAnsweredBetweenTheLossOfASessionAndThatOfTheAgent) {
+  for (const confd_sock_type type : {WORKER_SOCKET, CONTROL_SOCKET}) {
+    Start();
+    bool asked = false;
+    agent_.Ask(type, [&asked](FakeDaemon&) {
+      asked = true;
+      return CONFD_OK;
+    });
+    {
+      const VelConfdStatusSession session(status_.Connection());
+      agent_.Refuse("end session");
+    }
+    ASSERT_TRUE(Await("agent down"));
+    EXPECT_FALSE(asked);
+    ASSERT_TRUE(Await("agent up"));
+    app_.reset();
+    agent_.Die();
+  }
+}
+
+TEST_F(SessionTest, NothingIsAnsweredWhenASessionWasLostWhileTheAgentCame) {
+  reactions_["status connected 2"] = [&] {
+    reactions_.clear();
+    const VelConfdStatusSession session(status_.Connection());
+    agent_.Refuse("end session");
+  };
+  agent_.Appear();
+  Build();
+  ASSERT_TRUE(Await("agent up"));
+  bool asked = false;
+  agent_.Ask(WORKER_SOCKET, [&asked](FakeDaemon&) {
+    asked = true;
+    return CONFD_OK;
+  });
+  ASSERT_TRUE(Await("agent down"));
+  EXPECT_FALSE(asked);
+}
+
 // What was sent last in the session needed no answer, and may not have come.
 TEST_F(SessionTest, AConnectionThatIsLostAfterItsSessionCountsAsTheLossOfTheAgent) {
   Start();

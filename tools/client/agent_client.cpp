@@ -4,6 +4,8 @@
 
 #include <system_error>
 
+#include "error_lines.h"
+
 namespace cfmctl {
 namespace {
 
@@ -99,6 +101,9 @@ void AgentClient::Watch(const agent::Request& request) {
 
 std::optional<agent::Status> AgentClient::NextStatus(const Deadline& deadline) {
   const auto reply = NextReply(deadline);
+  if (reply && !reply->errors().empty()) {
+    throw Failure(ExitStatus::kUnreachable, "the agent has ended the watch", ErrorLines(*reply));
+  }
   return reply ? std::optional(reply->status()) : std::nullopt;
 }
 

@@ -29,7 +29,8 @@ class AgentClient {
 
   // Begins to receive the status; NextStatus then waits for it, at first and
   // after each change. Nothing when the deadline passes. Ask and Commit must
-  // not be used any more. Throws Failure when the agent goes away.
+  // not be used any more. Throws Failure when the agent goes away
+  // or ends the watch.
   void WatchStatus();
   std::optional<cfm::agent::Status> NextStatus(const Deadline& deadline);
   // The same for the operational data below a path: the first reply is whole,

@@ -17,13 +17,21 @@ std::string TextOfLoss(const std::string& name, std::int64_t pid, std::int64_t s
                      since > 0 ? " since " + CalendarText(since) : "");
 }
 
+bool IsLost(const agent::ProviderStatus& provider) {
+  return provider.lost();
+}
+
+// Of the kind that is missed, who went last: the agent lists the lost in the
+// order in which they went.
 std::string LossIn(const agent::Status& status) {
-  for (const agent::ProviderStatus& provider : status.providers()) {
-    if (provider.lost()) {
-      return LossText(provider);
-    }
+  const auto& providers = status.providers();
+  const auto lost = std::find_if(providers.rbegin(), providers.rend(), IsLost);
+  if (lost != providers.rend() && std::ranges::all_of(providers, IsLost)) {
+    return LossText(*lost);
   }
-  return status.lost_subscribers().empty() ? "" : LossText(status.lost_subscribers(0));
+  const bool is_subscriber_missed =
+      status.subscribers().empty() && !status.lost_subscribers().empty();
+  return is_subscriber_missed ? LossText(*status.lost_subscribers().rbegin()) : "";
 }
 
 }  // namespace
@@ -37,10 +45,7 @@ std::string LossText(const agent::ProviderStatus& lost) {
 }
 
 bool DaemonIsThere(const agent::Status& status) {
-  return !status.subscribers().empty() &&
-         std::ranges::any_of(status.providers(), [](const agent::ProviderStatus& provider) {
-           return !provider.lost();
-         });
+  return !status.subscribers().empty() && !std::ranges::all_of(status.providers(), IsLost);
 }
 
 DaemonWatch::DaemonWatch(AgentClient client, const Deadline& deadline)
@@ -55,7 +60,9 @@ DaemonWatch::DaemonWatch(AgentClient client, const Deadline& deadline)
 
 void DaemonWatch::Take(const agent::Status& status) {
   is_there_ = DaemonIsThere(status);
-  loss_ = LossIn(status);
+  if (!is_there_) {
+    loss_ = LossIn(status);
+  }
 }
 
 bool DaemonWatch::IsThere() {

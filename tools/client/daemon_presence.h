@@ -24,7 +24,7 @@ class DaemonWatch {
 
   // As far as the agent has told by now. Throws Failure when it goes away.
   bool IsThere();
-  // Who is gone, as far as IsThere has seen; empty when nobody was there.
+  // Who was gone when it was last found away; empty when nobody had been there.
   const std::string& Loss() const { return loss_; }
   // Readable when the agent has told something new.
   int Fd() const { return client_.Fd(); }
