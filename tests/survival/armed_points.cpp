@@ -68,7 +68,6 @@ ArmedPoints::ArmedPoints(std::uint32_t seed) : chance_(seed, 0), hits_(AllPoints
 
 std::string ArmedPoints::Arm(Node& node, Part part) {
   test::Element& element = node.Element();
-  element.RemoveVariable("CFM_FAIL_POINT");
   const Counts& counts = hits_[part];
   if (counts.empty() || chance_.OneIn(3)) {
     return {};
@@ -92,6 +91,11 @@ std::string ArmedPoints::Arm(Node& node, Part part) {
   element.SetVariable("CFM_FAIL_POINT_LOG", LogOf(node, part).string());
   element.SetVariable("CFM_FAIL_POINT", armed);
   return armed;
+}
+
+void ArmedPoints::Disarm(Node& node) {
+  node.Element().RemoveVariable("CFM_FAIL_POINT");
+  node.Element().RemoveVariable("CFM_FAIL_POINT_LOG");
 }
 
 // The log may not grow while files may not.

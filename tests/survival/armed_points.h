@@ -27,6 +27,8 @@ class ArmedPoints {
   // into the element's environment. Returns it (NAME:SKIP:ACTION); empty when
   // there is none.
   std::string Arm(Node& node, Part part);
+  // Takes it out again: cfmctl passes points of the same names.
+  static void Disarm(Node& node);
   // A process that had been started with `armed` has ended; `killed` by nobody
   // else. True when it had come to the point and failed there.
   bool TakeEnd(Node& node, Part part, const std::string& armed, bool killed);

@@ -55,6 +55,7 @@ void Supervisor::Start(Node& node, Part part) {
   Life& life = node.Of(part);
   life.armed = arms_ ? armed_points_.Arm(node, part) : std::string();
   node.Start(part);
+  ArmedPoints::Disarm(node);
 }
 
 bool Supervisor::Await(const std::vector<int>& descriptors, const std::function<bool()>& done,
