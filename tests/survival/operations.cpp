@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "failure.h"
+#include "rest.h"
 #include "views.h"
 
 namespace survival {
@@ -49,6 +50,13 @@ std::vector<std::string> LoadCommand(Node& node, const test::Configuration& conf
 void TakeCommit(Node& node, const test::RandomConfiguration& after) {
   node.random = after;
   node.committed = true;
+}
+
+// A commit builds upon what is there: whether the last one is has to be known.
+void SettleCommit(Context& context, Node& node) {
+  if (node.maybe) {
+    AwaitRest(context.supervisor, node, context.report);
+  }
 }
 
 }  // namespace
@@ -189,6 +197,9 @@ std::string InFlight::FinishRead(const Reply& reply, bool disturbed) {
 
 std::string Perform(Context& context, Node& node, Kind kind, bool disturbed) {
   context.supervisor.AwaitReady(node, Part::kAgent);
+  if (kind == Kind::kCommit || kind == Kind::kCandidateCommit) {
+    SettleCommit(context, node);
+  }
   InFlight operation(context, node, kind);
   operation.Send();
   std::string outcome = operation.Finish(disturbed);
@@ -198,6 +209,7 @@ std::string Perform(Context& context, Node& node, Kind kind, bool disturbed) {
 
 void CommitByCommand(Context& context, Node& node, bool disturbed) {
   context.supervisor.AwaitReady(node, Part::kAgent);
+  SettleCommit(context, node);
   test::RandomConfiguration after = node.random;
   after.Reseed(context.chance.Number());
   const Edit edit = after.NextCommit();
