@@ -77,10 +77,9 @@ std::string LastLines(const std::string& text) {
 
 Campaign::Campaign(const Options& options)
     : options_(options),
-      armed_points_(options.seed),
       a_("A", wires_.Directory(), 1, 2),
       b_("B", wires_.Directory(), 2, 1),
-      supervisor_(report_, armed_points_),
+      supervisor_(options.seed, report_, armed_points_),
       begin_(Clock::now()) {}
 
 bool Campaign::GoesOn() const {
@@ -114,8 +113,8 @@ void Campaign::Rest() {
 
 void Campaign::Step() {
   ++step_;
-  Chance chance(options_.seed, step_);
-  supervisor_.BeginStep();
+  Chance chance{options_.seed, static_cast<std::uint32_t>(step_)};
+  supervisor_.BeginStep(step_);
   const bool first = chance.OneIn(2);
   Context context{chance,   supervisor_,     report_,         wires_,
                   hanging_, first ? a_ : b_, first ? b_ : a_, {}};
@@ -134,7 +133,7 @@ void Campaign::Step() {
       AwaitLink(supervisor_, b_, true);
     }
   } catch (const std::exception&) {
-    fmt::print("{}\n", context.story);
+    fmt::print("{}{}\n", context.story, supervisor_.Points());
     throw;
   }
   const auto now = Clock::now();
@@ -147,7 +146,8 @@ void Campaign::Step() {
   } else {
     report_.Count(std::string("step without a fault: ") + kind.name);
   }
-  fmt::print("{} [{:.1f} s]\n", context.story, std::chrono::duration<double>(now - begin).count());
+  fmt::print("{}{} [{:.1f} s]\n", context.story, supervisor_.Points(),
+             std::chrono::duration<double>(now - begin).count());
   std::fflush(stdout);
 }
 

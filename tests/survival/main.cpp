@@ -4,13 +4,21 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <random>
+#include <string>
 
 #include "campaign.h"
 #include "options.h"
 
 namespace {
+
+// As tests/survival/run was given it.
+std::string Preset() {
+  const char* preset = std::getenv("CFM_PRESET");
+  return preset == nullptr ? "" : fmt::format("CFM_PRESET={} ", preset);
+}
 
 int Run(const survival::Options& options) {
   survival::Campaign campaign(options);
@@ -19,7 +27,7 @@ int Run(const survival::Options& options) {
   } catch (const std::exception& failure) {
     fmt::print("{}\n{}\nsurvival: failed at step {}: {}\n", campaign.Logs(), campaign.Text(),
                campaign.CurrentStep(), failure.what());
-    fmt::print("replay: tests/survival/run --seed {} --steps {}\n", options.seed,
+    fmt::print("replay: {}tests/survival/run --seed {} --steps {}\n", Preset(), options.seed,
                campaign.CurrentStep());
     return 1;
   }
@@ -38,7 +46,7 @@ int main(int argc, char** argv) {
   app.add_option("--seed", options.seed, "Of all choices; one is drawn when none is given");
   app.add_option("--steps", options.steps, "How many steps, instead of a time");
   CLI11_PARSE(app, argc, argv);
-  fmt::print("survival: seed {}\n", options.seed);
+  fmt::print("survival: {}seed {}\n", Preset(), options.seed);
   try {
     return Run(options);
   } catch (const std::exception& error) {

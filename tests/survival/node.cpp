@@ -42,12 +42,19 @@ Node::Node(std::string name, const std::filesystem::path& wires, int mep, int re
       controls_(element_.Directory() / "controls"),
       link_(Link(mep, remote)) {
   element_.SetInterfaces(InterfaceTable(wires));
+  for (const Part part : kParts) {
+    points_.emplace_back(PointsOf(part));
+  }
   element_.SetVariable("LD_PRELOAD", PRELOADED);
   element_.SetVariable(kControlsVariable, (element_.Directory() / "controls").string());
 }
 
 const std::filesystem::path Node::LogOf(Part part) const {
   return element_.Directory() / (std::string(survival::NameOf(part)) + ".log");
+}
+
+std::filesystem::path Node::PointsOf(Part part) const {
+  return element_.Directory() / (std::string(survival::NameOf(part)) + ".points");
 }
 
 std::filesystem::path Node::SocketOf(Part part) const {
@@ -60,6 +67,12 @@ void Node::Start(Part part) {
   const std::uintmax_t log_size = std::filesystem::file_size(LogOf(part), not_there_yet);
   life.log_begin = not_there_yet ? 0 : log_size;
   life.asked_to_end.reset();
+  life.has_hit = false;
+  points_[static_cast<std::size_t>(part)].Forget();
+  if (!life.armed.empty()) {
+    element_.SetVariable("CFM_FAIL_POINT", life.armed);
+    element_.SetVariable("CFM_FAIL_POINT_LOG", PointsOf(part).string());
+  }
   switch (part) {
     case Part::kAgent:
       // Long enough for a loaded machine, short enough to be waited for.
@@ -72,6 +85,14 @@ void Node::Start(Part part) {
       life.process = &element_.StartManager();
       break;
   }
+  // cfmctl passes points of the same names.
+  element_.RemoveVariable("CFM_FAIL_POINT");
+  element_.RemoveVariable("CFM_FAIL_POINT_LOG");
+}
+
+bool Node::ComesToPoint(Part part) {
+  const std::string& armed = Of(part).armed;
+  return !armed.empty() && points_[static_cast<std::size_t>(part)].Holds(armed);
 }
 
 test::Configuration Node::Full(const test::RandomConfiguration& random_part) const {

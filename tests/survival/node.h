@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "element.h"
 #include "front_end.h"
 #include "mapped_controls.h"
+#include "point_log.h"
 #include "random_configuration.h"
 
 namespace survival {
@@ -31,7 +33,9 @@ struct Life {
   std::uintmax_t log_begin = 0;      // where in its log it begins
   bool stays_down = false;           // not to be started when it ends
   std::optional<int> asked_to_end;   // the signal
-  std::string armed;                 // the fail point that it started with
+  int starts = 0;                    // in this step
+  std::string armed;                 // the fail point that it started with; empty: none
+  bool has_hit = false;              // it came there, and failed
 };
 
 class Node {
@@ -47,7 +51,10 @@ class Node {
   Life& Of(Part part) { return lives_[static_cast<std::size_t>(part)]; }
   const std::filesystem::path LogOf(Part part) const;
   std::filesystem::path SocketOf(Part part) const;  // of agent and manager
+  // With the fail point that its life says.
   void Start(Part part);
+  // Whether the process has come to its fail point by now.
+  bool ComesToPoint(Part part);
 
   // The whole configuration, with the link.
   test::Configuration Full(const test::RandomConfiguration& random) const;
@@ -63,10 +70,13 @@ class Node {
   std::uintmax_t agent_log_at_rest = 0;
 
  private:
+  std::filesystem::path PointsOf(Part part) const;
+
   std::string name_;
   test::Element element_;
   MappedControls controls_;
   std::array<Life, kParts.size()> lives_;
+  std::vector<PointLog> points_;  // by part
   test::Configuration link_;
 };
 

@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "ends.h"
@@ -43,19 +44,47 @@ void Supervisor::Add(Node& node) {
   }
 }
 
-void Supervisor::BeginStep() {
+void Supervisor::BeginStep(int step) {
+  step_ = step;
   starts_ = 0;
-  arms_ = true;
+  points_.clear();
+  for (Node* node : nodes_) {
+    for (const Part part : kParts) {
+      node->Of(part).starts = 0;
+    }
+  }
+}
+
+void Supervisor::Arm(Node& node, Part part) {
+  Life& life = node.Of(part);
+  ++life.starts;
+  life.armed.clear();
+  if (step_ > 0) {
+    const auto at = std::find(nodes_.begin(), nodes_.end(), &node) - nodes_.begin();
+    const Chance chance{seed_, static_cast<std::uint32_t>(step_), static_cast<std::uint32_t>(at),
+                        static_cast<std::uint32_t>(part), static_cast<std::uint32_t>(life.starts)};
+    life.armed = armed_points_.Choose(chance, part);
+  }
+  if (!life.armed.empty()) {
+    points_ += fmt::format(", armed {} {}", node.NameOf(part), life.armed);
+  }
+}
+
+void Supervisor::LookForHit(Node& node, Part part) {
+  Life& life = node.Of(part);
+  if (!life.has_hit && node.ComesToPoint(part)) {
+    life.has_hit = true;
+    armed_points_.Hit(part, life.armed);
+    points_ += fmt::format(", hit {} {}", node.NameOf(part), life.armed);
+  }
 }
 
 void Supervisor::Start(Node& node, Part part) {
   if (++starts_ > kMostStarts) {
     throw Failure(node.NameOf(part) + " ends again and again");
   }
-  Life& life = node.Of(part);
-  life.armed = arms_ ? armed_points_.Arm(node, part) : std::string();
+  Arm(node, part);
   node.Start(part);
-  ArmedPoints::Disarm(node);
 }
 
 bool Supervisor::Await(const std::vector<int>& descriptors, const std::function<bool()>& done,
@@ -107,6 +136,7 @@ void Supervisor::Tend() {
         continue;
       }
       process->IsReady();
+      LookForHit(*node, part);
       if (const auto status = process->Status()) {
         TakeEnd(*node, part, *status);
       }
@@ -116,6 +146,7 @@ void Supervisor::Tend() {
 
 void Supervisor::TakeEnd(Node& node, Part part, int status) {
   ++ends_;
+  LookForHit(node, part);
   JudgeEnd(node, part, status);
   node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
   node.Of(part).process = nullptr;
@@ -132,8 +163,7 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
   }
   const bool killed = status == 128 + SIGKILL;
   const bool asked = life.asked_to_end == SIGKILL;
-  const bool has_failed = armed_points_.TakeEnd(node, part, life.armed, killed && !asked);
-  if (killed && (asked || (has_failed && life.armed.ends_with(":kill")))) {
+  if (killed && (asked || (life.has_hit && life.armed.ends_with(":kill")))) {
     return;
   }
   const bool was_ready = life.process->IsReady();

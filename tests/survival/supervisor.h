@@ -4,6 +4,7 @@
 #define TESTS_SURVIVAL_SUPERVISOR_H
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -18,8 +19,8 @@ namespace survival {
 
 class Supervisor {
  public:
-  Supervisor(Report& report, ArmedPoints& armed_points)
-      : report_(report), armed_points_(armed_points) {}
+  Supervisor(std::uint32_t seed, Report& report, ArmedPoints& armed_points)
+      : seed_(seed), report_(report), armed_points_(armed_points) {}
 
   // Starts everything, ready.
   void Add(Node& node);
@@ -53,16 +54,22 @@ class Supervisor {
   std::optional<Clock::duration> TakeDetection();
 
   // A new step: processes may be started anew so many times again. Fail points
-  // are armed from the first on.
-  void BeginStep();
+  // are armed from the first on; which, follows from the seed, the step, the
+  // process, and how often it was started in the step.
+  void BeginStep(int step);
+  // What was armed in this step, and what was hit.
+  const std::string& Points() const { return points_; }
 
  private:
   void Start(Node& node, Part part);
+  void Arm(Node& node, Part part);
+  void LookForHit(Node& node, Part part);
   void Tend();
   void TakeEnd(Node& node, Part part, int status);
   void JudgeEnd(Node& node, Part part, int status);
   void Wait(const std::vector<int>& descriptors, Clock::time_point deadline);
 
+  std::uint32_t seed_;
   Report& report_;
   ArmedPoints& armed_points_;
   std::vector<Node*> nodes_;
@@ -70,7 +77,8 @@ class Supervisor {
   Clock::time_point looks_out_since_;
   int starts_ = 0;
   int ends_ = 0;
-  bool arms_ = false;
+  int step_ = 0;
+  std::string points_;
 };
 
 }  // namespace survival
