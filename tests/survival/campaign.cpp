@@ -37,19 +37,29 @@ constexpr std::array kSteps = {
     StepKind{"clear", 2, Clear},
 };
 
-// A process that ends may end a step before its time.
+bool SeesExcuse(Context& context) {
+  Supervisor& supervisor = context.supervisor;
+  for (Node* node : {&context.node, &context.other}) {
+    if (supervisor.Excuses(*node)) {
+      return true;
+    }
+  }
+  return supervisor.SeesDisturbance(context.node, context.node.at_rest.all);
+}
+
+// A process that ends, or fails otherwise, may end a step before its time.
 Outcome Perform(const StepKind& kind, Context& context) {
   try {
     return kind.perform(context);
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    if (!context.supervisor.SeesEnd() && !context.supervisor.HasStarted()) {
+    if (!SeesExcuse(context)) {
       throw;
     }
     context.Say(std::string("broken off: ") + error.what());
-    context.report.Count("step broken off by the end of a process");
-    return {};
+    context.report.Count(std::string("step broken off: ") + kind.name);
+    return {.is_void = true};
   }
 }
 
@@ -143,7 +153,7 @@ void Campaign::Step() {
     if (const auto seen = supervisor_.TakeDetection()) {
       report_.Detected(outcome.fault, *seen);
     }
-  } else {
+  } else if (!outcome.is_void) {
     report_.Count(std::string("step without a fault: ") + kind.name);
   }
   fmt::print("{}{} [{:.1f} s]\n", context.story, supervisor_.Points(),

@@ -1,6 +1,10 @@
 #include "node.h"
 
 #include <fmt/format.h>
+#include <sys/resource.h>
+
+#include <cerrno>
+#include <system_error>
 
 #include "front_end.h"
 
@@ -77,6 +81,7 @@ void Node::Start(Part part) {
     case Part::kAgent:
       // Long enough for a loaded machine, short enough to be waited for.
       life.process = &element_.StartAgent({"--subscriber-timeout", "5", "--provider-timeout", "5"});
+      LetFilesGrow(disk.may_grow);
       break;
     case Part::kDaemon:
       life.process = &element_.StartDaemon();
@@ -88,6 +93,25 @@ void Node::Start(Part part) {
   // cfmctl passes points of the same names.
   element_.RemoveVariable("CFM_FAIL_POINT");
   element_.RemoveVariable("CFM_FAIL_POINT_LOG");
+}
+
+// The agent may have ended, and Start does it then.
+void Node::LetFilesGrow(bool may_grow) {
+  disk.may_grow = may_grow;
+  const test::Process* agent = Of(Part::kAgent).process;
+  const rlimit limit{may_grow ? RLIM_INFINITY : 0, RLIM_INFINITY};
+  if (agent != nullptr && prlimit(agent->Pid(), RLIMIT_FSIZE, &limit, nullptr) != 0 &&
+      errno != ESRCH) {
+    throw std::system_error(errno, std::generic_category(), "limit the size of files");
+  }
+}
+
+void Node::MendDisk() {
+  controls_->write_fault = WriteFault::kNone;
+  controls_->read_fault = ReadFault::kNone;
+  controls_->sync_fails = 0;
+  LetFilesGrow(true);
+  disk.may_refuse = false;
 }
 
 bool Node::ComesToPoint(Part part) {

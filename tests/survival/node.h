@@ -38,6 +38,21 @@ struct Life {
   bool has_hit = false;              // it came there, and failed
 };
 
+// What has happened to an element, in counts that only grow.
+struct Disturbances {
+  int all = 0;             // a process ended, stood still or had a transfer fail
+  int agent_losses = 0;    // of them those by which cfm-app may have lost the agent
+  int missed_commits = 0;  // commits that were made, or may have been, without it
+};
+
+// The disk under the agent's database.
+struct Disk {
+  bool may_refuse = false;        // commits
+  bool may_grow = true;           // its files; also for an agent that is started now
+  bool was_mended_early = false;  // for an agent that could not begin
+  bool has_failed = false;        // since everything was equal last
+};
+
 class Node {
  public:
   // Nothing runs yet. `mep` and `remote` are the ends of the link, which is
@@ -53,6 +68,9 @@ class Node {
   std::filesystem::path SocketOf(Part part) const;  // of agent and manager
   // With the fail point that its life says.
   void Start(Part part);
+  // Whether files of the agent may grow.
+  void LetFilesGrow(bool may_grow);
+  void MendDisk();
   // Whether the process has come to its fail point by now.
   bool ComesToPoint(Part part);
 
@@ -63,10 +81,10 @@ class Node {
   test::RandomConfiguration random{0};
   // After a commit whose outcome nobody told, what it would have made of it.
   std::optional<test::RandomConfiguration> maybe;
-  // Since everything was equal last: the agent was lost to the daemon for a
-  // moment; a commit was made, or may have been.
-  bool agent_was_lost = false;
-  bool committed = false;
+  struct Disk disk;
+  Disturbances so_far;
+  // As they were when everything began to be compared, and was equal.
+  Disturbances at_rest;
   std::uintmax_t agent_log_at_rest = 0;
 
  private:

@@ -144,7 +144,7 @@ std::string Underway::Finish() {
   if (!operation_) {
     return {};
   }
-  std::string outcome = operation_->Finish(true);
+  std::string outcome = operation_->Finish();
   context_.Say(outcome);
   operation_.reset();
   return outcome;

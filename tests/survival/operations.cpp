@@ -47,9 +47,14 @@ std::vector<std::string> LoadCommand(Node& node, const test::Configuration& conf
   return {"load", "--replace", file.string()};
 }
 
-void TakeCommit(Node& node, const test::RandomConfiguration& after) {
+void TakeCommit(Node& node, const test::RandomConfiguration& after, bool was_heard) {
   node.random = after;
-  node.committed = true;
+  node.so_far.missed_commits += was_heard ? 0 : 1;
+}
+
+void LoseCommit(Node& node, const test::RandomConfiguration& after) {
+  node.maybe = after;
+  ++node.so_far.missed_commits;
 }
 
 // A commit builds upon what is there: whether the last one is has to be known.
@@ -67,9 +72,17 @@ const char* NameOf(Kind kind) {
   return kNames[static_cast<std::size_t>(kind)];
 }
 
+Hearing::Hearing(Supervisor& supervisor, Node& node)
+    : is_subscribed_(IsSubscribed(supervisor, node)), agent_losses_(node.so_far.agent_losses) {}
+
+bool Hearing::Holds(const Node& node) const {
+  return is_subscribed_ && node.so_far.agent_losses == agent_losses_;
+}
+
 InFlight::InFlight(Context& context, Node& node, Kind kind)
     : context_(context), node_(node), kind_(kind), front_end_(node.Element().RuntimeDirectory()) {
   if (IsCommit()) {
+    hearing_ = Hearing(context.supervisor, node);
     after_ = node.random;
     after_->Reseed(context.chance.Number());
     *request_.mutable_edit() = after_->NextCommit();
@@ -82,7 +95,7 @@ InFlight::InFlight(Context& context, Node& node, Kind kind)
   } else {
     // The daemon keeps counters for a moment; after a clearing it has to ask.
     if (kind == Kind::kReadCounters) {
-      Prepare(ClearAll(), true);
+      Prepare(ClearAll());
     }
     request_ = test::ReadOf("/status");
   }
@@ -101,29 +114,30 @@ InFlight::~InFlight() {
 void InFlight::PrepareCandidate(Edit edit) {
   Request discard;
   discard.mutable_discard_candidate();
-  Prepare(discard, false);
+  Prepare(discard);
   // An edit that is thought better of must leave nothing behind.
   test::RandomConfiguration dropped = node_.random;
   dropped.Reseed(context_.chance.Number());
   Request drop;
   *drop.mutable_edit() = dropped.NextCommit();
   drop.mutable_edit()->set_target(Edit::CANDIDATE);
-  Prepare(drop, false);
-  Prepare(discard, false);
+  Prepare(drop);
+  Prepare(discard);
   edit.set_target(Edit::CANDIDATE);
   Request fill;
   *fill.mutable_edit() = std::move(edit);
-  Prepare(fill, false);
+  Prepare(fill);
   Request validate;
   validate.mutable_validate_candidate();
-  Prepare(validate, false);
+  Prepare(validate);
 }
 
-void InFlight::Prepare(const Request& request, bool may_be_refused) {
+// Without it the operation is another one.
+void InFlight::Prepare(const Request& request) {
   const Reply reply = Ask(context_.supervisor, front_end_, request);
-  if (reply.errors_size() > 0 && !may_be_refused && !kHasFailPoints) {
-    throw Failure(
-        fmt::format("{}: {} refused: {}", node_.Name(), NameOf(kind_), reply.errors(0).message()));
+  if (reply.errors_size() > 0) {
+    throw std::runtime_error(fmt::format("{}: what comes before a {} was refused: {}", node_.Name(),
+                                         NameOf(kind_), reply.errors(0).message()));
   }
 }
 
@@ -141,42 +155,43 @@ bool InFlight::HasReply() const {
   return poll(&event, 1, 0) == 1;
 }
 
-std::string InFlight::Finish(bool disturbed) {
-  disturbed = disturbed || kHasFailPoints;
+std::string InFlight::Finish() {
   Reply reply;
   try {
     reply = Next(context_.supervisor, front_end_);
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    if (!disturbed) {
+    if (!context_.supervisor.Excuses(node_) &&
+        !context_.supervisor.SeesDisturbance(node_, node_.at_rest.all)) {
       throw Failure(fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_), error.what()));
     }
+    context_.report.Count(fmt::format("{}: no reply", NameOf(kind_)));
     return LoseReply();
   }
   is_open_ = false;
-  return IsCommit() ? FinishCommit(reply, disturbed) : FinishRead(reply, disturbed);
+  return IsCommit() ? FinishCommit(reply) : FinishRead(reply);
 }
 
 std::string InFlight::LoseReply() {
   is_open_ = false;
   if (IsCommit()) {
-    node_.maybe = after_;
-    node_.committed = true;
+    LoseCommit(node_, *after_);
   }
   return "no reply";
 }
 
-std::string InFlight::FinishCommit(const Reply& reply, bool disturbed) {
+std::string InFlight::FinishCommit(const Reply& reply) {
   if (reply.errors_size() > 0) {
-    if (!disturbed) {
+    if (!node_.disk.may_refuse && !context_.supervisor.Excuses(node_)) {
       throw Failure(fmt::format("{}: a valid commit was refused: {}", node_.Name(),
                                 reply.errors(0).message()));
     }
     context_.report.Count("commit refused in a fault");
     return "refused";
   }
-  TakeCommit(node_, *after_);
+  context_.supervisor.Excuses(node_);
+  TakeCommit(node_, *after_, reply.warnings_size() == 0 && hearing_.Holds(node_));
   context_.report.Count("commit reported as done");
   if (reply.warnings_size() > 0) {
     context_.report.Count("commit done, with a warning about who missed it");
@@ -185,29 +200,30 @@ std::string InFlight::FinishCommit(const Reply& reply, bool disturbed) {
   return "done";
 }
 
-std::string InFlight::FinishRead(const Reply& reply, bool disturbed) {
+std::string InFlight::FinishRead(const Reply& reply) {
   const bool complete = reply.errors_size() == 0 && reply.warnings_size() == 0;
-  if (!complete && !disturbed) {
+  if (!complete && !context_.supervisor.Excuses(node_)) {
     throw Failure(
         fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_),
                     reply.errors_size() > 0 ? reply.errors(0).message() : reply.warnings(0)));
   }
+  context_.report.Count(fmt::format("{}: {}", NameOf(kind_), complete ? "done" : "incomplete"));
   return complete ? "done" : "incomplete, and says so";
 }
 
-std::string Perform(Context& context, Node& node, Kind kind, bool disturbed) {
+std::string Perform(Context& context, Node& node, Kind kind) {
   context.supervisor.AwaitReady(node, Part::kAgent);
   if (kind == Kind::kCommit || kind == Kind::kCandidateCommit) {
     SettleCommit(context, node);
   }
   InFlight operation(context, node, kind);
   operation.Send();
-  std::string outcome = operation.Finish(disturbed);
+  std::string outcome = operation.Finish();
   context.Say(std::string(NameOf(kind)) + " " + outcome);
   return outcome;
 }
 
-void CommitByCommand(Context& context, Node& node, bool disturbed) {
+void CommitByCommand(Context& context, Node& node) {
   context.supervisor.AwaitReady(node, Part::kAgent);
   SettleCommit(context, node);
   test::RandomConfiguration after = node.random;
@@ -217,6 +233,7 @@ void CommitByCommand(Context& context, Node& node, bool disturbed) {
   if (words.size() == 1) {
     return context.Say("nothing to commit by cfmctl");
   }
+  const Hearing hearing(context.supervisor, node);
   const auto command = node.Element().StartCfmctl(words);
   if (!context.supervisor.Await(
           {command->EndFd()}, [&] { return command->Status().has_value(); },
@@ -224,15 +241,16 @@ void CommitByCommand(Context& context, Node& node, bool disturbed) {
     throw Failure("cfmctl " + words.front() + " does not end");
   }
   const int status = *command->Status();
+  const bool excused = context.supervisor.Excuses(node);
   if (status == 0) {
-    TakeCommit(node, after);
+    const bool warns = command->Log().find("cfmctl: warning: ") != std::string::npos;
+    TakeCommit(node, after, !warns && hearing.Holds(node));
     context.report.Count("commit by cfmctl reported as done");
-  } else if (!(disturbed || kHasFailPoints) || (status != 1 && status != 3)) {
+  } else if (!excused || (status != 1 && status != 3)) {
     throw Failure(fmt::format("{}: cfmctl {} of a valid commit ended with status {}: {}",
                               node.Name(), words.front(), status, command->Log()));
   } else if (status == 3) {
-    node.maybe = after;
-    node.committed = true;
+    LoseCommit(node, after);
   }
   context.Say(fmt::format("cfmctl {} status {}", words.front(), status));
 }

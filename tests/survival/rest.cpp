@@ -16,7 +16,7 @@
 namespace survival {
 namespace {
 
-// Attempts that an end in between may cost.
+// Attempts that disturbances in between may cost.
 constexpr int kAttempts = 20;
 
 using Names = std::multiset<std::string>;
@@ -123,23 +123,29 @@ std::multiset<std::string> ExpectedRecords(const test::Configuration& configurat
   return names;
 }
 
-// A process may still have to end because of what was before; then what the
-// comparison is connected to ends, and it begins anew.
+// A process may still have to end because of what was before, or come to its
+// fail point; then what the comparison is connected to ends, and it begins anew.
+// Whatever else keeps it from being complete is a failure.
 void AwaitRest(Supervisor& supervisor, Node& node, Report& report) {
   std::string disturbance;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const Disturbances before = node.so_far;
+    const std::uintmax_t log = std::filesystem::file_size(node.LogOf(Part::kAgent));
     try {
       Compare(supervisor, node, report);
       LookForReports(node);
-      node.agent_was_lost = false;
-      node.committed = false;
-      node.agent_log_at_rest = std::filesystem::file_size(node.LogOf(Part::kAgent));
+      node.at_rest = before;
+      node.disk.has_failed = node.disk.may_refuse;
+      node.agent_log_at_rest = log;
       return;
     } catch (const Failure&) {
       throw;
     } catch (const std::exception& error) {
       disturbance = error.what();
-      supervisor.SeesEnd();
+      if (!supervisor.SeesDisturbance(node, before.all)) {
+        throw Failure(fmt::format("{}, undisturbed: {}", node.Name(), disturbance));
+      }
+      report.Count("comparison begun anew after a disturbance");
     }
   }
   throw Failure(node.Name() + " does not come to rest: " + disturbance);

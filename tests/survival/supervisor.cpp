@@ -16,18 +16,33 @@ namespace {
 // Starts in one step. More than that is a process that cannot live.
 constexpr int kMostStarts = 40;
 
-// A fail point may end the agent while its disk fails, and the next one cannot
-// begin then.
-bool CouldNotOpenDatabase(const std::string& log) {
-  return kHasFailPoints && log.find("open the running configuration") != std::string::npos &&
+// From the end of a connection to the end of its process.
+constexpr std::chrono::seconds kEndPatience{5};
+
+// An agent that begins while its disk fails, or for which a fail point is the
+// disk. Where its files may not grow it cannot say what is wrong.
+bool CouldNotOpenDatabase(Node& node, int status, const std::string& log) {
+  const Life& life = node.Of(Part::kAgent);
+  const bool hit_disk = life.has_hit && life.armed.starts_with("disk_");
+  if (!node.disk.has_failed && !hit_disk) {
+    return false;
+  }
+  if (!node.disk.may_grow) {
+    return status == 1 || status == 128 + SIGXFSZ;
+  }
+  return status == 1 && log.find("open the running configuration") != std::string::npos &&
          (log.find("disk I/O error") != std::string::npos ||
           log.find("disk is full") != std::string::npos);
 }
 
-// It would end again and again until somebody sees to the disk.
-void MendDisk(Node& node) {
-  node.Disturb()->write_fault = WriteFault::kNone;
-  node.Disturb()->sync_fails = 0;
+// What a peer does not notice is no disturbance: a short transfer goes on.
+bool Disturbs(const std::string& armed) {
+  return !armed.ends_with(":short");
+}
+
+void Disturb(Node& node, bool may_lose_agent) {
+  ++node.so_far.all;
+  node.so_far.agent_losses += may_lose_agent ? 1 : 0;
 }
 
 bool IsReadable(int descriptor) {
@@ -46,6 +61,7 @@ void Supervisor::Add(Node& node) {
 
 void Supervisor::BeginStep(int step) {
   step_ = step;
+  look_out_.reset();
   starts_ = 0;
   points_.clear();
   for (Node* node : nodes_) {
@@ -76,6 +92,9 @@ void Supervisor::LookForHit(Node& node, Part part) {
     life.has_hit = true;
     armed_points_.Hit(part, life.armed);
     points_ += fmt::format(", hit {} {}", node.NameOf(part), life.armed);
+    if (Disturbs(life.armed)) {
+      Disturb(node, part != Part::kManager);
+    }
   }
 }
 
@@ -145,10 +164,9 @@ void Supervisor::Tend() {
 }
 
 void Supervisor::TakeEnd(Node& node, Part part, int status) {
-  ++ends_;
   LookForHit(node, part);
   JudgeEnd(node, part, status);
-  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  Disturb(node, part == Part::kAgent);
   node.Of(part).process = nullptr;
   if (!node.Of(part).stays_down) {
     Start(node, part);
@@ -167,16 +185,19 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
     return;
   }
   const bool was_ready = life.process->IsReady();
-  if (part == Part::kAgent && status == 1 && !was_ready && CouldNotOpenDatabase(log)) {
-    MendDisk(node);
+  if (part == Part::kAgent && !was_ready && CouldNotOpenDatabase(node, status, log)) {
+    // It would end again and again until somebody sees to the disk.
+    node.MendDisk();
+    node.disk.was_mended_early = true;
     return report_.Count("agentd ended, as it may: it could not open its database");
   }
   // Before it is ready it may not have taken over the signal yet.
   if (life.asked_to_end == SIGTERM && (status == 0 || (!was_ready && status == 128 + SIGTERM))) {
     return;
   }
-  // A fail point may have broken their connection.
-  node.agent_was_lost = node.agent_was_lost || AgentGaveUp(node) || kHasFailPoints;
+  if (AgentGaveUp(node)) {
+    Disturb(node, true);
+  }
   if (const auto reason = ReasonToEnd(node, part, status, log)) {
     report_.Count("cfm-app ended, as it may: " + *reason);
     return;
@@ -193,10 +214,14 @@ void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
   }
 }
 
-bool Supervisor::SeesEnd() {
-  const int ends = ends_;
+bool Supervisor::Excuses(Node& node) {
+  Tend();
+  return node.so_far.all != node.at_rest.all;
+}
+
+bool Supervisor::SeesDisturbance(Node& node, int so_many) {
   return Await(
-      {}, [&] { return ends_ != ends; }, Clock::now() + std::chrono::seconds(1));
+      {}, [&] { return node.so_far.all != so_many; }, Clock::now() + kEndPatience);
 }
 
 void Supervisor::AwaitReady(Node& node) {
@@ -225,7 +250,7 @@ void Supervisor::End(Node& node, Part part, int signal, bool stay_down) {
   life.stays_down = stay_down;
   life.asked_to_end = signal;
   // The others may see it before its end is taken here.
-  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  Disturb(node, part == Part::kAgent);
   life.process->Signal(signal);
   const auto gone = [&] { return life.process == nullptr || life.process->Pid() != pid; };
   if (!Await({}, gone, Clock::now() + test::kPatience)) {
@@ -243,7 +268,8 @@ void Supervisor::Release(Node& node, Part part) {
 void Supervisor::Freeze(Node& node, Part part) {
   Tend();
   node.Of(part).process->Freeze();
-  node.agent_was_lost = true;  // to a frozen daemon, or one that waits for it in vain
+  // It may be given up, or wait in vain.
+  Disturb(node, part != Part::kManager);
 }
 
 void Supervisor::Thaw(Node& node, Part part) {

@@ -35,13 +35,15 @@ class Supervisor {
   // Until it is readable or its other side is closed. Throws Failure when that
   // takes too long; `what` says what it would have been.
   void AwaitReadable(int descriptor, const std::string& what);
-  // Whether a process ends now or shortly: its connections end before it does.
-  bool SeesEnd();
+  // Whether anything has happened to the node since it was at rest that may make
+  // an operation fail.
+  bool Excuses(Node& node);
+  // Whether anything happens to it, or has since there were `so_many`
+  // disturbances: the connections of a process end before it does.
+  bool SeesDisturbance(Node& node, int so_many);
   // Until all processes of the node that are to run are ready. Throws Failure.
   void AwaitReady(Node& node);
   void AwaitReady(Node& node, Part part);
-  // Whether a process was started since BeginStep.
-  bool HasStarted() const { return starts_ > 0; }
 
   // Ends it and starts it anew, or with `stay_down` leaves that to Release.
   void End(Node& node, Part part, int signal, bool stay_down);
@@ -76,7 +78,6 @@ class Supervisor {
   std::optional<LogWatch> look_out_;
   Clock::time_point looks_out_since_;
   int starts_ = 0;
-  int ends_ = 0;
   int step_ = 0;
   std::string points_;
 };

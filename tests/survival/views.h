@@ -23,6 +23,9 @@ cfm::agent::Reply Ask(Supervisor& supervisor, test::FrontEnd& front_end,
 // The next of the replies to a watch.
 cfm::agent::Reply Next(Supervisor& supervisor, test::FrontEnd& front_end);
 
+// Whether the process that is the node's daemon now is told of commits.
+bool IsSubscribed(Supervisor& supervisor, Node& node);
+
 // The agent's status, at each change.
 class AgentView {
  public:

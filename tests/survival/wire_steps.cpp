@@ -32,7 +32,7 @@ Outcome CutWire(Context& context) {
   context.wires.Cut(kLinkPort);
   const auto begin = Clock::now();
   if (context.chance.OneIn(2)) {
-    Perform(context, context.node, Kind::kCommit, false);
+    Perform(context, context.node, Kind::kCommit);
   }
   AwaitLink(context.supervisor, context.node, false);
   context.report.Detected("wire cut", Clock::now() - begin);
@@ -50,8 +50,8 @@ Outcome FloodStatus(Context& context) {
     context.wires.Cut(wire);
     context.wires.Mend(wire);
   }
-  read.Finish(true);
-  Perform(context, context.node, Kind::kCommit, false);
+  read.Finish();
+  Perform(context, context.node, Kind::kCommit);
   context.Say(fmt::format("{} wires cut and mended at once", changes));
   return {.fault = "flood of status changes", .over = Clock::now(), .await_link = true};
 }
