@@ -24,23 +24,6 @@ Request ClearAll() {
   return request;
 }
 
-// `cfmctl edit`, when the edit has no documents.
-std::optional<std::vector<std::string>> EditCommand(const Edit& edit) {
-  std::vector<std::string> words = {"edit"};
-  for (const EditOperation& operation : edit.operations()) {
-    if (operation.has_document()) {
-      return std::nullopt;
-    }
-    static constexpr const char* kOperations[] = {"merge", "replace", "create", "delete", "remove"};
-    words.emplace_back(kOperations[operation.operation()]);
-    words.push_back(operation.path());
-    if (!operation.value().empty()) {
-      words.push_back(operation.value());
-    }
-  }
-  return words;
-}
-
 std::vector<std::string> LoadCommand(Node& node, const test::Configuration& configuration) {
   const std::filesystem::path file = node.Element().Directory() / "load.json";
   std::ofstream(file) << test::DocumentOf(configuration);
@@ -65,6 +48,22 @@ void SettleCommit(Context& context, Node& node) {
 }
 
 }  // namespace
+
+std::optional<std::vector<std::string>> EditCommand(const Edit& edit) {
+  std::vector<std::string> words = {"edit"};
+  for (const EditOperation& operation : edit.operations()) {
+    if (operation.has_document()) {
+      return std::nullopt;
+    }
+    static constexpr const char* kOperations[] = {"merge", "replace", "create", "delete", "remove"};
+    words.emplace_back(kOperations[operation.operation()]);
+    words.push_back(operation.path());
+    if (!operation.value().empty()) {
+      words.push_back(operation.value());
+    }
+  }
+  return words;
+}
 
 const char* NameOf(Kind kind) {
   static constexpr const char* kNames[] = {"commit", "commit of the candidate", "read",
@@ -223,6 +222,15 @@ std::string Perform(Context& context, Node& node, Kind kind) {
   return outcome;
 }
 
+int AwaitEnd(Context& context, test::Process& command, const std::string& name) {
+  if (!context.supervisor.Await(
+          {command.EndFd()}, [&] { return command.Status().has_value(); },
+          Clock::now() + 2 * test::kPatience)) {
+    throw Failure("cfmctl " + name + " does not end");
+  }
+  return *command.Status();
+}
+
 void CommitByCommand(Context& context, Node& node) {
   context.supervisor.AwaitReady(node, Part::kAgent);
   SettleCommit(context, node);
@@ -235,12 +243,7 @@ void CommitByCommand(Context& context, Node& node) {
   }
   const Hearing hearing(context.supervisor, node);
   const auto command = node.Element().StartCfmctl(words);
-  if (!context.supervisor.Await(
-          {command->EndFd()}, [&] { return command->Status().has_value(); },
-          Clock::now() + 2 * test::kPatience)) {
-    throw Failure("cfmctl " + words.front() + " does not end");
-  }
-  const int status = *command->Status();
+  const int status = AwaitEnd(context, *command, words.front());
   const bool excused = context.supervisor.Excuses(node);
   if (status == 0) {
     const bool warns = command->Log().find("cfmctl: warning: ") != std::string::npos;

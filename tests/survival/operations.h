@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "context.h"
 #include "front_end.h"
@@ -72,8 +73,14 @@ class InFlight {
   bool is_open_ = false;                            // sent, and the outcome is not known
 };
 
+// `cfmctl edit`; nothing when the edit has documents.
+std::optional<std::vector<std::string>> EditCommand(const cfm::agent::Edit& edit);
+
 // One, from its begin to its end. Tells the outcome, as InFlight::Finish.
 std::string Perform(Context& context, Node& node, Kind kind);
+
+// The exit status of a cfmctl. Throws Failure when there is none.
+int AwaitEnd(Context& context, test::Process& command, const std::string& name);
 
 // A random valid commit with cfmctl.
 void CommitByCommand(Context& context, Node& node);

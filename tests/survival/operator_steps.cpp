@@ -42,6 +42,69 @@ void Append(const Mistake& mistake, cfm::agent::Edit& edit) {
   }
 }
 
+// What the errors of a reply say; empty when there is none.
+std::string ErrorIn(const cfm::agent::Reply& reply) {
+  return reply.errors_size() == 0 ? "" : reply.errors(0).path() + ": " + reply.errors(0).message();
+}
+
+[[noreturn]] void FailDone() {
+  throw Failure("an invalid commit was done");
+}
+
+std::string RefusalOfCommit(Context& context, const cfm::agent::Edit& edit) {
+  test::FrontEnd front_end(context.node.Element().RuntimeDirectory());
+  cfm::agent::Request request;
+  *request.mutable_edit() = edit;
+  const std::string error = ErrorIn(Ask(context.supervisor, front_end, request));
+  if (error.empty()) {
+    FailDone();
+  }
+  return error;
+}
+
+// The edit of the candidate may be refused, or what it has become.
+std::string RefusalOfCandidate(Context& context, const cfm::agent::Edit& edit) {
+  test::FrontEnd front_end(context.node.Element().RuntimeDirectory());
+  cfm::agent::Request discard;
+  discard.mutable_discard_candidate();
+  Ask(context.supervisor, front_end, discard);
+  cfm::agent::Request fill;
+  *fill.mutable_edit() = edit;
+  fill.mutable_edit()->set_target(cfm::agent::Edit::CANDIDATE);
+  std::string error = ErrorIn(Ask(context.supervisor, front_end, fill));
+  if (error.empty()) {
+    cfm::agent::Request commit;
+    commit.mutable_commit_candidate();
+    error = ErrorIn(Ask(context.supervisor, front_end, commit));
+  }
+  if (error.empty()) {
+    FailDone();
+  }
+  Ask(context.supervisor, front_end, discard);
+  return error;
+}
+
+// What has documents goes without them: the mistake is the last.
+std::string RefusalOfCommand(Context& context, const cfm::agent::Edit& edit) {
+  cfm::agent::Edit last;
+  *last.add_operations() = edit.operations(edit.operations_size() - 1);
+  const auto words = EditCommand(edit).value_or(*EditCommand(last));
+  const auto command = context.node.Element().StartCfmctl(words);
+  if (AwaitEnd(context, *command, words.front()) == 0) {
+    FailDone();
+  }
+  return command->Log();
+}
+
+struct Way {
+  const char* name;
+  std::string (*refusal)(Context&, const cfm::agent::Edit&);
+};
+
+constexpr std::array kWays = {Way{", by a commit", RefusalOfCommit},
+                              Way{", in the candidate", RefusalOfCandidate},
+                              Way{", with cfmctl", RefusalOfCommand}};
+
 }  // namespace
 
 Outcome Commit(Context& context) {
@@ -62,17 +125,19 @@ Outcome CommitWithCfmctl(Context& context) {
 // Of a commit with a mistake at its end nothing may stay.
 Outcome TryRefused(Context& context) {
   const Mistake& mistake = context.chance.Pick(kMistakes);
+  const Way& way = context.chance.Pick(kWays);
   test::RandomConfiguration dropped = context.node.random;
   dropped.Reseed(context.chance.Number());
-  cfm::agent::Request request;
-  *request.mutable_edit() = dropped.NextCommit();
-  Append(mistake, *request.mutable_edit());
-  test::FrontEnd front_end(context.node.Element().RuntimeDirectory());
-  if (Ask(context.supervisor, front_end, request).errors_size() == 0) {
-    throw Failure(fmt::format("an invalid commit was done: {}", mistake.below_link));
+  cfm::agent::Edit edit = dropped.NextCommit();
+  Append(mistake, edit);
+  context.Say(fmt::format("a mistake at {}{}", mistake.below_link, way.name));
+  const std::string refusal = way.refusal(context, edit);
+  // A refusal for another reason, which something that happened excuses.
+  if (refusal.find(kLink) == std::string::npos && !context.supervisor.Excuses(context.node)) {
+    throw Failure(fmt::format("a mistake at {}{} is refused with '{}'", mistake.below_link,
+                              way.name, refusal));
   }
-  context.Say(fmt::format("commit with a mistake at {} refused", mistake.below_link));
-  context.report.Count("invalid commit refused");
+  context.report.Count(std::string("invalid commit refused") + way.name);
   return {};
 }
 
@@ -85,13 +150,11 @@ Outcome Watch(Context& context) {
   const auto watch = context.node.Element().StartCfmctl(
       {"watch", "--until", "state=rmep-failed", "--timeout", "30", "link", "between"});
   context.wires.Cut(kLinkPort);
-  if (!context.supervisor.Await(
-          {watch->EndFd()}, [&] { return watch->Status().has_value(); },
-          Clock::now() + 2 * test::kPatience) ||
-      (watch->Status() != 0 && !context.supervisor.Excuses(context.node))) {
+  const int status = AwaitEnd(context, *watch, "watch");
+  if (status != 0 && !context.supervisor.Excuses(context.node)) {
     throw Failure("cfmctl watch does not see the link fail: " + watch->Log());
   }
-  context.Say(fmt::format("cfmctl watch status {}", *watch->Status()));
+  context.Say(fmt::format("cfmctl watch status {}", status));
   return {};
 }
 

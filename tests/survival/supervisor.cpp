@@ -40,9 +40,10 @@ bool Disturbs(const std::string& armed) {
   return !armed.ends_with(":short");
 }
 
-void Disturb(Node& node, bool may_lose_agent) {
+// A daemon that has ended has lost nothing; the next one loads everything.
+void DisturbByEnd(Node& node, Part part) {
   ++node.so_far.all;
-  node.so_far.agent_losses += may_lose_agent ? 1 : 0;
+  node.so_far.agent_losses += part == Part::kAgent ? 1 : 0;
 }
 
 bool IsReadable(int descriptor) {
@@ -93,7 +94,7 @@ void Supervisor::LookForHit(Node& node, Part part) {
     armed_points_.Hit(part, life.armed);
     points_ += fmt::format(", hit {} {}", node.NameOf(part), life.armed);
     if (Disturbs(life.armed)) {
-      Disturb(node, part != Part::kManager);
+      Disturb(node, part);
     }
   }
 }
@@ -166,7 +167,7 @@ void Supervisor::Tend() {
 void Supervisor::TakeEnd(Node& node, Part part, int status) {
   LookForHit(node, part);
   JudgeEnd(node, part, status);
-  Disturb(node, part == Part::kAgent);
+  DisturbByEnd(node, part);
   node.Of(part).process = nullptr;
   if (!node.Of(part).stays_down) {
     Start(node, part);
@@ -196,7 +197,7 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
     return;
   }
   if (AgentGaveUp(node)) {
-    Disturb(node, true);
+    Disturb(node, Part::kAgent);
   }
   if (const auto reason = ReasonToEnd(node, part, status, log)) {
     report_.Count("cfm-app ended, as it may: " + *reason);
@@ -212,6 +213,12 @@ void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
           Clock::now() + test::kPatience)) {
     throw Failure("waited in vain for " + what);
   }
+}
+
+// Between a daemon and its agent either may break what is between them.
+void Supervisor::Disturb(Node& node, Part part) {
+  ++node.so_far.all;
+  node.so_far.agent_losses += part == Part::kManager ? 0 : 1;
 }
 
 bool Supervisor::Excuses(Node& node) {
@@ -250,7 +257,7 @@ void Supervisor::End(Node& node, Part part, int signal, bool stay_down) {
   life.stays_down = stay_down;
   life.asked_to_end = signal;
   // The others may see it before its end is taken here.
-  Disturb(node, part == Part::kAgent);
+  DisturbByEnd(node, part);
   life.process->Signal(signal);
   const auto gone = [&] { return life.process == nullptr || life.process->Pid() != pid; };
   if (!Await({}, gone, Clock::now() + test::kPatience)) {
@@ -269,7 +276,7 @@ void Supervisor::Freeze(Node& node, Part part) {
   Tend();
   node.Of(part).process->Freeze();
   // It may be given up, or wait in vain.
-  Disturb(node, part != Part::kManager);
+  Disturb(node, part);
 }
 
 void Supervisor::Thaw(Node& node, Part part) {

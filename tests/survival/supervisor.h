@@ -35,6 +35,8 @@ class Supervisor {
   // Until it is readable or its other side is closed. Throws Failure when that
   // takes too long; `what` says what it would have been.
   void AwaitReadable(int descriptor, const std::string& what);
+  // Something happens to the node that has to do with that process.
+  static void Disturb(Node& node, Part part);
   // Whether anything has happened to the node since it was at rest that may make
   // an operation fail.
   bool Excuses(Node& node);

@@ -88,7 +88,7 @@ void AgentView::AwaitDaemon() {
   }
 }
 
-void AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor) {
+bool AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor) {
   bool in_progress = false;
   const auto come_so_far = [&] {
     while (!in_progress && HasInput(front_end_.Fd())) {
@@ -97,6 +97,7 @@ void AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int 
     return in_progress || or_else();
   };
   supervisor_.Await({front_end_.Fd(), descriptor}, come_so_far, Clock::now() + test::kPatience);
+  return in_progress;
 }
 
 RecordsView::RecordsView(Supervisor& supervisor, Node& node)

@@ -33,7 +33,8 @@ class AgentView {
   // Until the process that is the node's daemon now is subscribed and answers
   // for status, and no commit is under way.
   void AwaitDaemon();
-  void AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor);
+  // False when the other thing comes first.
+  bool AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor);
 
  private:
   Supervisor& supervisor_;
@@ -68,6 +69,7 @@ class ManagerView {
   ManagerView(Supervisor& supervisor, Node& node);
   // Waits until it is that; returns what it is when that takes too long.
   std::optional<cfm::Hierarchy> AwaitEqual(const cfm::Hierarchy& expected);
+  int Fd() const { return socket_.Get(); }
 
  private:
   Supervisor& supervisor_;
