@@ -44,6 +44,8 @@ const char* NameOf(Part part) {
 Node::Node(std::string name, const std::filesystem::path& wires, int mep, int remote)
     : name_(std::move(name)),
       controls_(element_.Directory() / "controls"),
+      mep_(mep),
+      remote_(remote),
       link_(Link(mep, remote)) {
   element_.SetInterfaces(InterfaceTable(wires));
   for (const Part part : kParts) {

@@ -77,6 +77,9 @@ class Node {
   // The whole configuration, with the link.
   test::Configuration Full(const test::RandomConfiguration& random) const;
   test::Configuration Current() const { return Full(random); }
+  // The records of the link, as RecordsView names them.
+  std::string LocalEnd() const { return "local link between " + std::to_string(mep_); }
+  std::string RemoteEnd() const { return "remote link between " + std::to_string(remote_); }
 
   test::RandomConfiguration random{0};
   // After a commit whose outcome nobody told, what it would have made of it.
@@ -95,6 +98,8 @@ class Node {
   MappedControls controls_;
   std::array<Life, kParts.size()> lives_;
   std::vector<PointLog> points_;  // by part
+  int mep_;
+  int remote_;
   test::Configuration link_;
 };
 

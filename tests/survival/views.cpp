@@ -11,6 +11,7 @@
 #include "frame.h"
 #include "hierarchy_codec.h"
 #include "hierarchy_text.h"
+#include "status_record.h"
 
 namespace survival {
 namespace {
@@ -129,10 +130,22 @@ std::multiset<std::string> RecordsView::Names() const {
   return names;
 }
 
-std::string RecordsView::StateOf(const std::string& name) const {
+std::string RecordsView::LeafOf(const std::string& name, const std::string& leaf) const {
   for (const auto& [path, entry] : entries_) {
     if (NameOf(entry) == name) {
-      return Leaf(entry, "state");
+      return Leaf(entry, leaf);
+    }
+  }
+  return {};
+}
+
+std::string RecordsView::MissingLeaf() const {
+  for (const auto& [path, entry] : entries_) {
+    const test::StatusRecord record = test::RecordOf(entry);
+    for (const test::StatusLeaf& leaf : test::LeavesOf(record.list)) {
+      if (!leaf.is_computed && !record.leaves.contains(leaf.name)) {
+        return path + "/" + leaf.name;
+      }
     }
   }
   return {};

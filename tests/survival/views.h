@@ -48,8 +48,11 @@ class RecordsView {
   RecordsView(Supervisor& supervisor, Node& node);
   // "local md ma 1" and "remote md ma 2".
   std::multiset<std::string> Names() const;
-  // The state of a remote MEP; empty when it has none.
-  std::string StateOf(const std::string& name) const;
+  // A leaf of that record; empty when it has none.
+  std::string LeafOf(const std::string& name, const std::string& leaf) const;
+  // One that a record of its list has to have, and does not; empty when there is
+  // none.
+  std::string MissingLeaf() const;
   // Waits until that holds. False after `patience`.
   bool AwaitUntil(const std::function<bool()>& done,
                   std::chrono::seconds patience = test::kPatience);
