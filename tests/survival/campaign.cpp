@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "operations.h"
 #include "rest.h"
 #include "steps.h"
 
@@ -114,6 +115,7 @@ void Campaign::Run() {
   }
   hanging_.clear();
   supervisor_.StopAll();
+  CheckThatMostSucceeded(report_);
 }
 
 void Campaign::Rest() {
@@ -170,6 +172,20 @@ std::string Campaign::Logs() {
     }
   }
   return text;
+}
+
+std::string Campaign::Armed() {
+  std::string text;
+  for (Node* node : {&a_, &b_}) {
+    for (const Part part : kParts) {
+      const Life& life = node->Of(part);
+      if (!life.armed.empty()) {
+        text += fmt::format("{} runs with {}{}\n", node->NameOf(part), life.armed,
+                            life.has_hit ? ", which it has hit" : "");
+      }
+    }
+  }
+  return text + "in this step" + supervisor_.Points() + "\n";
 }
 
 }  // namespace survival

@@ -52,8 +52,10 @@ class Impostor {
   Impostor(const Impostor&) = delete;
   Impostor& operator=(const Impostor&) = delete;
 
-  // Sends that to whoever connects, until a connection was closed by its peer.
-  void Answer(Supervisor& supervisor, const std::string& bytes) const {
+  // Sends that to whoever connects, until a connection was closed by its peer,
+  // whose log that is.
+  void Answer(Supervisor& supervisor, const std::string& bytes,
+              const std::filesystem::path& log) const {
     std::vector<ipc::UniqueFd> taken;
     std::vector<int> descriptors = {socket_.Get()};
     const auto is_over = [&] {
@@ -66,7 +68,7 @@ class Impostor {
                                  [](const ipc::UniqueFd& each) { return IsClosed(each.Get()); });
     };
     if (!supervisor.Await(descriptors, is_over, Clock::now() + test::kPatience)) {
-      throw Failure("cfm-app takes garbage at " + path_.string());
+      throw Failure("cfm-app takes garbage at " + path_.string(), log);
     }
   }
 
@@ -87,7 +89,8 @@ Outcome SendToDaemon(Context& context, Part part) {
   context.supervisor.End(context.node, part, SIGTERM, true);
   {
     const Impostor impostor(context.node.SocketOf(part));
-    impostor.Answer(context.supervisor, (is_welcome ? Frame(0, "") : "") + garbage.bytes);
+    impostor.Answer(context.supervisor, (is_welcome ? Frame(0, "") : "") + garbage.bytes,
+                    context.node.LogOf(Part::kDaemon));
   }
   context.supervisor.Release(context.node, part);
   return {.fault = "garbage to cfm-app", .over = Clock::now()};

@@ -1,15 +1,20 @@
 // The fault campaign. See docs/reliability.md.
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <exception>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 
 #include "campaign.h"
+#include "failure.h"
 #include "options.h"
 
 namespace {
@@ -20,16 +25,37 @@ std::string Preset() {
   return preset == nullptr ? "" : fmt::format("CFM_PRESET={} ", preset);
 }
 
+std::string LastLines(const std::filesystem::path& log) {
+  constexpr std::size_t kLines = 30;
+  std::ifstream file(log);
+  std::deque<std::string> lines;
+  for (std::string line; std::getline(file, line);) {
+    lines.push_back(line);
+    if (lines.size() > kLines) {
+      lines.pop_front();
+    }
+  }
+  return fmt::format("{}", fmt::join(lines, "\n"));
+}
+
 int Run(const survival::Options& options) {
   survival::Campaign campaign(options);
-  try {
-    campaign.Run();
-  } catch (const std::exception& failure) {
-    fmt::print("{}\n{}\nsurvival: failed at step {}: {}\n", campaign.Logs(), campaign.Text(),
-               campaign.CurrentStep(), failure.what());
+  const auto fail = [&](const std::exception& failure, const std::filesystem::path& log) {
+    fmt::print("{}\n{}\n{}", campaign.Logs(), campaign.Text(), campaign.Armed());
+    if (!log.empty()) {
+      fmt::print("--- the last lines of {}\n{}\n", log.filename().string(), LastLines(log));
+    }
+    fmt::print("survival: failed at step {}: {}\n", campaign.CurrentStep(), failure.what());
     fmt::print("replay: {}tests/survival/run --seed {} --steps {}\n", Preset(), options.seed,
                campaign.CurrentStep());
     return 1;
+  };
+  try {
+    campaign.Run();
+  } catch (const survival::Failure& failure) {
+    return fail(failure, failure.Log());
+  } catch (const std::exception& failure) {
+    return fail(failure, {});
   }
   fmt::print("{}\nsteps: {}\nsurvival: ok\n", campaign.Text(), campaign.CurrentStep());
   return 0;

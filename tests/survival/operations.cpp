@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 
 #include "failure.h"
@@ -23,6 +24,10 @@ Request ClearAll() {
   request.mutable_invoke()->set_operation("clear-statistics");
   return request;
 }
+
+constexpr const char* kDone = "commit reported as done";
+constexpr const char* kRefusedByDisk = "commit refused by a failing disk";
+constexpr const char* kRefused = "commit refused after a disturbance";
 
 std::vector<std::string> LoadCommand(Node& node, const test::Configuration& configuration) {
   const std::filesystem::path file = node.Element().Directory() / "load.json";
@@ -163,7 +168,8 @@ std::string InFlight::Finish() {
   } catch (const std::exception& error) {
     if (!context_.supervisor.Excuses(node_) &&
         !context_.supervisor.SeesDisturbance(node_, node_.at_rest.all)) {
-      throw Failure(fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_), error.what()));
+      throw Failure(fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_), error.what()),
+                    node_.LogOf(Part::kAgent));
     }
     context_.report.Count(fmt::format("{}: no reply", NameOf(kind_)));
     return LoseReply();
@@ -184,14 +190,15 @@ std::string InFlight::FinishCommit(const Reply& reply) {
   if (reply.errors_size() > 0) {
     if (!node_.disk.may_refuse && !context_.supervisor.Excuses(node_)) {
       throw Failure(fmt::format("{}: a valid commit was refused: {}", node_.Name(),
-                                reply.errors(0).message()));
+                                reply.errors(0).message()),
+                    node_.LogOf(Part::kAgent));
     }
-    context_.report.Count("commit refused in a fault");
+    context_.report.Count(node_.disk.may_refuse ? kRefusedByDisk : kRefused);
     return "refused";
   }
   context_.supervisor.Excuses(node_);
   TakeCommit(node_, *after_, reply.warnings_size() == 0 && hearing_.Holds(node_));
-  context_.report.Count("commit reported as done");
+  context_.report.Count(kDone);
   if (reply.warnings_size() > 0) {
     context_.report.Count("commit done, with a warning about who missed it");
     return kDoneWithWarning;
@@ -204,7 +211,8 @@ std::string InFlight::FinishRead(const Reply& reply) {
   if (!complete && !context_.supervisor.Excuses(node_)) {
     throw Failure(
         fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_),
-                    reply.errors_size() > 0 ? reply.errors(0).message() : reply.warnings(0)));
+                    reply.errors_size() > 0 ? reply.errors(0).message() : reply.warnings(0)),
+        node_.LogOf(Part::kDaemon));
   }
   context_.report.Count(fmt::format("{}: {}", NameOf(kind_), complete ? "done" : "incomplete"));
   return complete ? "done" : "incomplete, and says so";
@@ -256,6 +264,31 @@ void CommitByCommand(Context& context, Node& node) {
     LoseCommit(node, after);
   }
   context.Say(fmt::format("cfmctl {} status {}", words.front(), status));
+}
+
+void CheckThatMostSucceeded(const Report& report) {
+  struct Share {
+    const char* done;
+    std::array<const char*, 3> excused;
+    int least;  // percent of all
+  };
+  static constexpr std::array kShares = {
+      Share{kDone, {kRefused, "commit: no reply", "commit of the candidate: no reply"}, 75},
+      Share{"read: done", {"read: incomplete", "read: no reply"}, 75},
+      Share{"read of counters: done",
+            {"read of counters: incomplete", "read of counters: no reply"},
+            75}};
+  constexpr int kEnough = 40;  // to tell a share
+  for (const Share& share : kShares) {
+    const int done = report.Counted(share.done);
+    int all = done;
+    for (const char* excused : share.excused) {
+      all += excused == nullptr ? 0 : report.Counted(excused);
+    }
+    if (all >= kEnough && done * 100 < share.least * all) {
+      throw Failure(fmt::format("{} only {} times of {}", share.done, done, all));
+    }
+  }
 }
 
 }  // namespace survival

@@ -76,6 +76,9 @@ class InFlight {
 // `cfmctl edit`; nothing when the edit has documents.
 std::optional<std::vector<std::string>> EditCommand(const cfm::agent::Edit& edit);
 
+// Throws Failure when an operation that has to succeed was excused too often.
+void CheckThatMostSucceeded(const Report& report);
+
 // One, from its begin to its end. Tells the outcome, as InFlight::Finish.
 std::string Perform(Context& context, Node& node, Kind kind);
 

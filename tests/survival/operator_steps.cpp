@@ -6,6 +6,7 @@
 
 #include "failure.h"
 #include "operations.h"
+#include "status_record.h"
 #include "steps.h"
 #include "views.h"
 
@@ -158,8 +159,40 @@ Outcome Watch(Context& context) {
   return {};
 }
 
+namespace {
+
+// What the link's own end has sent since its counters were cleared.
+int SentOnLink(Context& context) {
+  test::FrontEnd front_end(context.node.Element().RuntimeDirectory());
+  const cfm::agent::Reply reply = Ask(context.supervisor, front_end, test::ReadOf("/status"));
+  for (const test::StatusRecord& record : test::RecordsIn(reply.node())) {
+    const auto sent = record.leaves.find("mep-ccms-sent");
+    const auto md = record.leaves.find("md");
+    if (sent != record.leaves.end() && md != record.leaves.end() && md->second.front() == "link") {
+      return std::stoi(sent->second.front());
+    }
+  }
+  throw std::runtime_error("the counters of the link cannot be read");
+}
+
+}  // namespace
+
+// The link's end sends one CCM a second.
 Outcome Clear(Context& context) {
-  Perform(context, context.node, Kind::kClear);
+  const int before = SentOnLink(context);
+  const auto begin = Clock::now();
+  const std::string outcome = Perform(context, context.node, Kind::kClear);
+  const int after = SentOnLink(context);
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(Clock::now() - begin).count();
+  const auto most = static_cast<int>(seconds) + 1;
+  if (after > most && !context.supervisor.Excuses(context.node)) {
+    throw Failure(fmt::format("{}: the link's counter is {} after it was cleared at {}",
+                              context.node.Name(), after, before),
+                  context.node.LogOf(Part::kDaemon));
+  }
+  context.Say(fmt::format("from {} to {}", before, after));
+  context.report.Count(before > most ? "clear-statistics seen at the link's counter"
+                                     : "clear-statistics with a low counter at the link");
   return {};
 }
 

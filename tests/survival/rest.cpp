@@ -68,7 +68,8 @@ void CompareManager(Supervisor& supervisor, Node& node) {
   const cfm::Hierarchy expected = test::Expected(node.Current());
   if (const auto held = ManagerView(supervisor, node).AwaitEqual(expected)) {
     throw Failure(fmt::format("{}: the manager holds\n{}\nand has to hold\n{}", node.Name(),
-                              test::ToText(*held), test::ToText(expected)));
+                              test::ToText(*held), test::ToText(expected)),
+                  node.LogOf(Part::kManager));
   }
 }
 
@@ -119,7 +120,7 @@ void LookForReports(Node& node) {
   for (const Part part : kParts) {
     const std::string log = ReadLog(node.LogOf(part), node.Of(part).log_begin);
     if (const std::string found = SanitizerReport(log); !found.empty()) {
-      throw Failure(node.NameOf(part) + ": " + found);
+      throw Failure(node.NameOf(part) + ": " + found, node.LogOf(part));
     }
   }
 }
@@ -167,13 +168,14 @@ void AwaitRest(Supervisor& supervisor, Node& node, Report& report) {
       const bool excused = supervisor.Excuses(node);
       wipes = node.so_far.all == before.all ? wipes + 1 : 0;
       if (!excused || wipes > kMostWipes) {
-        throw Failure(fmt::format("{}: {}", node.Name(), disturbance));
+        throw Failure(fmt::format("{}: {}", node.Name(), disturbance), node.LogOf(Part::kDaemon));
       }
       report.Count("read at rest begun anew: what was before was not over");
     } catch (const std::exception& error) {
       disturbance = error.what();
       if (!supervisor.SeesDisturbance(node, before.all)) {
-        throw Failure(fmt::format("{}, undisturbed: {}", node.Name(), disturbance));
+        throw Failure(fmt::format("{}, undisturbed: {}", node.Name(), disturbance),
+                      node.LogOf(Part::kAgent));
       }
       report.Count("comparison begun anew after a disturbance");
     }

@@ -101,7 +101,7 @@ void Supervisor::LookForHit(Node& node, Part part) {
 
 void Supervisor::Start(Node& node, Part part) {
   if (++starts_ > kMostStarts) {
-    throw Failure(node.NameOf(part) + " ends again and again");
+    throw Failure(node.NameOf(part) + " ends again and again", node.LogOf(part));
   }
   Arm(node, part);
   node.Start(part);
@@ -178,7 +178,7 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
   const Life& life = node.Of(part);
   const std::string log = ReadLog(node.LogOf(part), life.log_begin);
   if (const std::string found = SanitizerReport(log); !found.empty()) {
-    throw Failure(node.NameOf(part) + ": " + found);
+    throw Failure(node.NameOf(part) + ": " + found, node.LogOf(part));
   }
   const bool killed = status == 128 + SIGKILL;
   const bool asked = life.asked_to_end == SIGKILL;
@@ -204,7 +204,8 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
     return;
   }
   throw Failure(
-      fmt::format("{} ended with status {}, which it must not", node.NameOf(part), status));
+      fmt::format("{} ended with status {}, which it must not", node.NameOf(part), status),
+      node.LogOf(part));
 }
 
 void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
@@ -243,7 +244,7 @@ void Supervisor::AwaitReady(Node& node, Part part) {
     return life.stays_down || (life.process != nullptr && life.process->IsReady());
   };
   if (!Await({}, ready, Clock::now() + test::kPatience)) {
-    throw Failure(node.NameOf(part) + " does not become ready");
+    throw Failure(node.NameOf(part) + " does not become ready", node.LogOf(part));
   }
 }
 
@@ -261,7 +262,8 @@ void Supervisor::End(Node& node, Part part, int signal, bool stay_down) {
   life.process->Signal(signal);
   const auto gone = [&] { return life.process == nullptr || life.process->Pid() != pid; };
   if (!Await({}, gone, Clock::now() + test::kPatience)) {
-    throw Failure(fmt::format("{} does not end on signal {}", node.NameOf(part), signal));
+    throw Failure(fmt::format("{} does not end on signal {}", node.NameOf(part), signal),
+                  node.LogOf(part));
   }
 }
 

@@ -71,7 +71,7 @@ void Change(Context& context, int wire, bool is_cut) {
   if (!context.supervisor.Await(
           {line.Fd()}, [&line] { return line.Seen().has_value(); },
           Clock::now() + test::kPatience)) {
-    throw Failure("waited in vain for: " + says);
+    throw Failure("waited in vain for: " + says, context.node.LogOf(Part::kManager));
   }
 }
 
