@@ -64,7 +64,8 @@ bool CommitMeanwhile(Context& context, const DiskFault& fault, Kind kind) {
   const std::string outcome = Perform(context, node, kind);
   if (fault.commits == Commits::kFail && outcome.starts_with("done") && node.Current() != before &&
       node.so_far.all == disturbances && node.disk.may_refuse) {
-    throw Failure(fmt::format("{}: a commit was reported as done: {}", node.Name(), fault.name));
+    throw Failure(fmt::format("{}: a commit was reported as done: {}", node.Name(), fault.name),
+                  node.LogOf(Part::kAgent));
   }
   return outcome == "refused";
 }
@@ -75,7 +76,8 @@ void RestartMeanwhile(Context& context, const DiskFault& fault) {
   context.supervisor.End(node, Part::kAgent, SIGKILL, false);
   context.supervisor.AwaitReady(node, Part::kAgent);
   if (fault.keeps_from_starting && !node.disk.was_mended_early) {
-    throw Failure(node.Name() + "'s agentd is ready and cannot have read its database");
+    throw Failure(node.Name() + "'s agentd is ready and cannot have read its database",
+                  node.LogOf(Part::kAgent));
   }
 }
 

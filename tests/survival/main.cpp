@@ -38,24 +38,27 @@ std::string LastLines(const std::filesystem::path& log) {
   return fmt::format("{}", fmt::join(lines, "\n"));
 }
 
+void PrintFailure(survival::Campaign& campaign, const survival::Options& options,
+                  const std::string& what, const std::filesystem::path& log) {
+  fmt::print("{}\n{}\n{}", campaign.Logs(), campaign.Text(), campaign.Armed());
+  if (!log.empty()) {
+    fmt::print("--- the last lines of {}\n{}\n", log.filename().string(), LastLines(log));
+  }
+  fmt::print("survival: failed at step {}: {}\n", campaign.CurrentStep(), what);
+  fmt::print("replay: {}tests/survival/run --seed {} --steps {}\n", Preset(), options.seed,
+             campaign.CurrentStep());
+}
+
 int Run(const survival::Options& options) {
   survival::Campaign campaign(options);
-  const auto fail = [&](const std::exception& failure, const std::filesystem::path& log) {
-    fmt::print("{}\n{}\n{}", campaign.Logs(), campaign.Text(), campaign.Armed());
-    if (!log.empty()) {
-      fmt::print("--- the last lines of {}\n{}\n", log.filename().string(), LastLines(log));
-    }
-    fmt::print("survival: failed at step {}: {}\n", campaign.CurrentStep(), failure.what());
-    fmt::print("replay: {}tests/survival/run --seed {} --steps {}\n", Preset(), options.seed,
-               campaign.CurrentStep());
-    return 1;
-  };
   try {
     campaign.Run();
   } catch (const survival::Failure& failure) {
-    return fail(failure, failure.Log());
+    PrintFailure(campaign, options, failure.what(), failure.Log());
+    return 1;
   } catch (const std::exception& failure) {
-    return fail(failure, {});
+    PrintFailure(campaign, options, failure.what(), {});
+    return 1;
   }
   fmt::print("{}\nsteps: {}\nsurvival: ok\n", campaign.Text(), campaign.CurrentStep());
   return 0;
