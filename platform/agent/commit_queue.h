@@ -85,7 +85,7 @@ class CommitQueue {
 
   State state_ = State::kIdle;
   bool advancing_ = false;
-  std::deque<CommitRequest> queue_;  // the first is the one in work
+  std::deque<CommitRequest> queue_;   // the first is the one in work
   std::optional<Prepared> prepared_;  // of the commit in work
 };
 

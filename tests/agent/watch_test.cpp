@@ -103,7 +103,7 @@ TEST_F(WatchTest, AStatusWatcherThatDoesNotKeepUpIsToldSoAndNoMore) {
   }
   EXPECT_LT(changes, kCommits);
   EXPECT_THAT(OnlyError(reply), HasSubstr("the watch did not keep up"));
-  EXPECT_TRUE(slow.IsSilent());
+  EXPECT_TRUE(slow.IsSilent(agent_));
   EXPECT_GT(slow.Call(watch).status().txid(), 1U) << "the connection serves on";
 }
 

@@ -49,7 +49,7 @@ class Frozen {
 class ManagerAway {
  public:
   explicit ManagerAway(Survivors& survivors) : survivors_(survivors) {
-    survivors_.Get().KillManager();
+    survivors_.Kill(Survivors::Target::kManagerd);
   }
   ~ManagerAway() { survivors_.Start(Survivors::Target::kManagerd); }
 

@@ -104,13 +104,13 @@ void WriteWhileAnotherHoldsWritersOff(Survivors& survivors) {
 }
 
 void RestartTheManager(Survivors& survivors) {
-  survivors.Get().KillManager();
+  survivors.Kill(Target::kManagerd);
   survivors.Get().StartManager();
   survivors.Await({"verify", "--wait", "20"});
 }
 
 void RestartTheDaemon(Survivors& survivors) {
-  survivors.Get().KillDaemon();
+  survivors.Kill(Target::kApp);
   survivors.Get().StartDaemon();
   survivors.Await({"status", "--wait", "20"});
 }
@@ -150,7 +150,7 @@ void ClearWhileAReadWaits(Survivors& survivors) {
 }
 
 void RestartTheAgent(Survivors& survivors) {
-  survivors.Get().KillAgent();
+  survivors.Kill(Target::kAgentd);
   survivors.Start(Target::kAgentd);
   survivors.Await({"status", "--wait", "20", "--for", "daemon"});
 }
@@ -159,10 +159,10 @@ void CommitWithoutTheDaemon(Survivors& survivors) {
   Element& element = survivors.Get();
   const std::filesystem::path elsewhere = element.Directory() / "elsewhere";
   std::filesystem::create_directory(elsewhere);
-  element.KillAgent();
+  survivors.Kill(Target::kAgentd);
   element.StartAgent({"--runtime-dir", elsewhere}).AwaitReady();
   survivors.CommitOtherLevel({"--runtime-dir", elsewhere});
-  element.Agent().Stop();
+  survivors.End(Target::kAgentd);
   survivors.Start(Target::kAgentd).AwaitReady();
   element.Daemon().AwaitExit();
 }

@@ -126,6 +126,7 @@ void Survivors::Settle(Target target) {
   for (int starts = 0; starts < kMostStarts && !Of(target).Status(); ++starts) {
     for (const Target each : {Target::kAgentd, Target::kManagerd, Target::kApp}) {
       if (Of(each).Status()) {
+        ExpectEndIsAllowed(each, target);
         Start(each);
       }
     }
@@ -154,10 +155,28 @@ bool Survivors::Await(const std::vector<std::string>& words) {
   return true;
 }
 
-void Survivors::Disarm(Target target) {
+void Survivors::End(Target target) {
   if (!Of(target).Status()) {
+    ended_.insert(Of(target).Pid());
     Of(target).Stop();
   }
+}
+
+void Survivors::Kill(Target target) {
+  if (!Of(target).Status()) {
+    ended_.insert(Of(target).Pid());
+    Of(target).Signal(SIGKILL);
+    Of(target).AwaitExit();
+  }
+}
+
+void Survivors::ExpectEndIsAllowed(Target each, Target target) {
+  const int status = Of(each).AwaitExit().value_or(-1);
+  const bool was_asked = ended_.erase(Of(each).Pid()) > 0;
+  const bool may_end = status == 1 && (each == target || each == Target::kApp);
+  const bool may_be_killed = status == 128 + SIGKILL && each == target;
+  EXPECT_TRUE(was_asked || may_end || may_be_killed)
+      << NameOf(each) << " ended with " << status << ": " << Of(each).Log();
 }
 
 void Survivors::Launch(Target target, const std::string& fail_point) {
@@ -219,8 +238,7 @@ void Survivors::CommitOtherMep() {
 void Survivors::StartWhatHasEnded(Target target) {
   for (const Target each : {Target::kAgentd, Target::kManagerd, Target::kApp}) {
     if (Of(each).Status()) {
-      const int status = Of(each).AwaitExit().value_or(-1);
-      EXPECT_TRUE(each == target || status <= 1) << NameOf(each) << " ended with " << status;
+      ExpectEndIsAllowed(each, target);
       EXPECT_TRUE(Start(each).AwaitReady() || each == Target::kApp) << Of(each).Log();
     }
   }

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -43,15 +44,19 @@ class Survivors {
   // Starts it with that fail point.
   void Launch(Target target, const std::string& fail_point);
   // Unless that process has ended: starts what else has, and waits until what
-  // was committed shows in the status.
+  // was committed shows in the status. Here and below, of what was not asked to
+  // end only cfm-app may have ended by itself, with status 1, and `target`, the
+  // process that is broken on purpose, in that way or by SIGKILL.
   void Settle(Target target);
   // Runs a command of cfmctl that waits for something to its end. False when one
   // of the processes ended before that: it might wait in vain.
   bool Await(const std::vector<std::string>& words);
   // Starts a process that does not run; does not wait for it.
   Process& Start(Target target);
-  // Ends it unless it has ended: what comes then is nobody's crash.
-  void Disarm(Target target);
+  // Ends it unless it has ended: what comes then is nobody's crash. With SIGTERM,
+  // or SIGKILL.
+  void End(Target target);
+  void Kill(Target target);
   // Waits until it is ready and its peers have found it, or it has ended.
   void AwaitReady(Target target);
   // Whether the armed process has come to that point and failed there.
@@ -69,8 +74,7 @@ class Survivors {
   void Note(const Configured& wanted, int status);
 
   // Starts what has ended, without a fail point, as a service manager would,
-  // until all three processes are there. Then checks that nobody but `target`
-  // has been ended by a signal, and that all three agree: the configuration is
+  // until all three processes are there. Then checks that all three agree: the configuration is
   // one that the operator was told of, the manager holds it, and the status
   // lists have exactly its records.
   void ExpectAllIsWell(Target target);
@@ -79,6 +83,7 @@ class Survivors {
   static constexpr const char* kLog = "passed-points";
 
   void StartWhatHasEnded(Target target);
+  void ExpectEndIsAllowed(Target each, Target target);
   bool AllAreThere(Target target);
   void ExpectRunningIsKnown();
   bool AwaitStatus();
@@ -91,6 +96,7 @@ class Survivors {
   std::vector<Configured> possible_;  // what may be running
   int next_level_ = 0;
   int arming_ = 0;
+  std::set<pid_t> ended_;        // that were asked to end
   std::size_t log_checked_ = 0;  // of the daemon's log, so many bytes
   pid_t agent_checked_ = -1;     // the agent then
 };

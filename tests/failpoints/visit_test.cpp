@@ -128,7 +128,7 @@ TEST_P(LaterKill, LosesNothingAndLeavesNothingBehind) {
   if (!HasFailed()) {
     NoteTooLate();
   }
-  Element().Disarm(ItsTarget());
+  Element().End(ItsTarget());
   Element().ExpectAllIsWell(ItsTarget());
 }
 
@@ -153,7 +153,7 @@ TEST_P(Fault, IsOfOneTransferOnly) {
   // From now on no connection of cfmctl is what breaks.
   if (!HasFailed()) {
     NoteTooLate();
-    Element().Disarm(ItsTarget());
+    Element().End(ItsTarget());
   }
   Element().ExpectAllIsWell(ItsTarget());
 }

@@ -2,10 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <fstream>
-
 #ifdef CFM_FAIL_POINTS
 #include "fail_points.h"
 #endif
@@ -48,60 +44,23 @@ std::map<Part, std::map<std::string, int>> AllPoints() {
 
 #endif
 
-std::filesystem::path LogOf(Node& node, Part part) {
-  return node.Element().Directory() / (std::string(NameOf(part)) + ".points");
-}
-
-bool HasLine(const std::filesystem::path& log, const std::string& wanted) {
-  std::ifstream lines(log);
-  for (std::string line; std::getline(lines, line);) {
-    if (line == wanted) {
-      return true;
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
-ArmedPoints::ArmedPoints(std::uint32_t seed) : chance_(seed, 0), hits_(AllPoints()) {}
+ArmedPoints::ArmedPoints() : hits_(AllPoints()) {}
 
-std::string ArmedPoints::Arm(Node& node, Part part) {
-  test::Element& element = node.Element();
-  element.RemoveVariable("CFM_FAIL_POINT");
-  const Counts& counts = hits_[part];
-  if (counts.empty() || chance_.OneIn(3)) {
+std::string ArmedPoints::Choose(Chance chance, Part part) const {
+  const auto points = hits_.find(part);
+  if (points == hits_.end() || chance.OneIn(3)) {
     return {};
   }
-  const auto by_count = [](const auto& left, const auto& right) {
-    return left.second < right.second;
-  };
-  const int least = std::min_element(counts.begin(), counts.end(), by_count)->second;
-  std::vector<std::string> rarest;
-  for (const auto& [name, count] : counts) {
-    if (count == least) {
-      rarest.push_back(name);
-    }
-  }
-  const std::string& chosen = chance_.Pick(rarest);
+  const std::string& chosen = chance.Pick(points->second).first;
   const std::size_t colon = chosen.find(':');
-  const int skip = chance_.OneIn(2) ? chance_.Below(kMostSkipped) : 0;
-  const std::string armed =
-      fmt::format("{}:{}{}", chosen.substr(0, colon), skip, chosen.substr(colon));
-  std::filesystem::remove(LogOf(node, part));
-  element.SetVariable("CFM_FAIL_POINT_LOG", LogOf(node, part).string());
-  element.SetVariable("CFM_FAIL_POINT", armed);
-  return armed;
+  const int skip = chance.OneIn(2) ? chance.Below(kMostSkipped) : 0;
+  return fmt::format("{}:{}{}", chosen.substr(0, colon), skip, chosen.substr(colon));
 }
 
-// The log may not grow while files may not.
-bool ArmedPoints::TakeEnd(Node& node, Part part, const std::string& armed, bool killed) {
-  const bool has_failed = (killed && armed.ends_with(":kill")) || HasLine(LogOf(node, part), armed);
-  if (armed.empty() || !has_failed) {
-    return false;
-  }
+void ArmedPoints::Hit(Part part, const std::string& armed) {
   ++hits_[part][armed.substr(0, armed.find(':')) + armed.substr(armed.rfind(':'))];
-  return true;
 }
 
 std::string ArmedPoints::Text() const {

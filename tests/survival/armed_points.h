@@ -1,12 +1,9 @@
-// The fail points of a build that has them (CFM_FAIL_POINTS): each is armed at
-// some start of a process that has it, until it was hit once.
+// The fail points of a build that has them (CFM_FAIL_POINTS).
 #ifndef TESTS_SURVIVAL_ARMED_POINTS_H
 #define TESTS_SURVIVAL_ARMED_POINTS_H
 
-#include <cstdint>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "chance.h"
 #include "node.h"
@@ -21,22 +18,19 @@ inline constexpr bool kHasFailPoints = false;
 
 class ArmedPoints {
  public:
-  explicit ArmedPoints(std::uint32_t seed);
+  ArmedPoints();
 
-  // Chooses what the process that is started next begins with, and puts it
-  // into the element's environment. Returns it (NAME:SKIP:ACTION); empty when
-  // there is none.
-  std::string Arm(Node& node, Part part);
-  // A process that had been started with `armed` has ended; `killed` by nobody
-  // else. True when it had come to the point and failed there.
-  bool TakeEnd(Node& node, Part part, const std::string& armed, bool killed);
+  // What a process may begin with (NAME:SKIP:ACTION), by chance alone; empty
+  // when there is none.
+  std::string Choose(Chance chance, Part part) const;
+  // A process came to what it had begun with, and failed there.
+  void Hit(Part part, const std::string& armed);
   // All points with the number of their hits; empty in a build without.
   std::string Text() const;
 
  private:
-  using Counts = std::map<std::string, int>;
+  using Counts = std::map<std::string, int>;  // by NAME:ACTION
 
-  Chance chance_;
   std::map<Part, Counts> hits_;
 };
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "failure.h"
+#include "operations.h"
 #include "rest.h"
 #include "steps.h"
 
@@ -37,19 +38,29 @@ constexpr std::array kSteps = {
     StepKind{"clear", 2, Clear},
 };
 
-// A process that ends may end a step before its time.
+bool SeesExcuse(Context& context) {
+  Supervisor& supervisor = context.supervisor;
+  for (Node* node : {&context.node, &context.other}) {
+    if (supervisor.Excuses(*node)) {
+      return true;
+    }
+  }
+  return supervisor.SeesDisturbance(context.node, context.node.at_rest.all);
+}
+
+// A process that ends, or fails otherwise, may end a step before its time.
 Outcome Perform(const StepKind& kind, Context& context) {
   try {
     return kind.perform(context);
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    if (!context.supervisor.SeesEnd() && !context.supervisor.HasStarted()) {
+    if (!SeesExcuse(context)) {
       throw;
     }
     context.Say(std::string("broken off: ") + error.what());
-    context.report.Count("step broken off by the end of a process");
-    return {};
+    context.report.Count(std::string("step broken off: ") + kind.name);
+    return {.is_void = true};
   }
 }
 
@@ -77,10 +88,9 @@ std::string LastLines(const std::string& text) {
 
 Campaign::Campaign(const Options& options)
     : options_(options),
-      armed_points_(options.seed),
       a_("A", wires_.Directory(), 1, 2),
       b_("B", wires_.Directory(), 2, 1),
-      supervisor_(report_, armed_points_),
+      supervisor_(options.seed, report_, armed_points_),
       begin_(Clock::now()) {}
 
 bool Campaign::GoesOn() const {
@@ -105,6 +115,7 @@ void Campaign::Run() {
   }
   hanging_.clear();
   supervisor_.StopAll();
+  CheckThatMostSucceeded(report_);
 }
 
 void Campaign::Rest() {
@@ -114,8 +125,8 @@ void Campaign::Rest() {
 
 void Campaign::Step() {
   ++step_;
-  Chance chance(options_.seed, step_);
-  supervisor_.BeginStep();
+  Chance chance{options_.seed, static_cast<std::uint32_t>(step_)};
+  supervisor_.BeginStep(step_);
   const bool first = chance.OneIn(2);
   Context context{chance,   supervisor_,     report_,         wires_,
                   hanging_, first ? a_ : b_, first ? b_ : a_, {}};
@@ -134,7 +145,7 @@ void Campaign::Step() {
       AwaitLink(supervisor_, b_, true);
     }
   } catch (const std::exception&) {
-    fmt::print("{}\n", context.story);
+    fmt::print("{}{}\n", context.story, supervisor_.Points());
     throw;
   }
   const auto now = Clock::now();
@@ -144,10 +155,11 @@ void Campaign::Step() {
     if (const auto seen = supervisor_.TakeDetection()) {
       report_.Detected(outcome.fault, *seen);
     }
-  } else {
+  } else if (!outcome.is_void) {
     report_.Count(std::string("step without a fault: ") + kind.name);
   }
-  fmt::print("{} [{:.1f} s]\n", context.story, std::chrono::duration<double>(now - begin).count());
+  fmt::print("{}{} [{:.1f} s]\n", context.story, supervisor_.Points(),
+             std::chrono::duration<double>(now - begin).count());
   std::fflush(stdout);
 }
 
@@ -160,6 +172,20 @@ std::string Campaign::Logs() {
     }
   }
   return text;
+}
+
+std::string Campaign::Armed() {
+  std::string text;
+  for (Node* node : {&a_, &b_}) {
+    for (const Part part : kParts) {
+      const Life& life = node->Of(part);
+      if (!life.armed.empty()) {
+        text += fmt::format("{} runs with {}{}\n", node->NameOf(part), life.armed,
+                            life.has_hit ? ", which it has hit" : "");
+      }
+    }
+  }
+  return text + "in this step" + supervisor_.Points() + "\n";
 }
 
 }  // namespace survival

@@ -24,6 +24,8 @@ class Campaign {
   int CurrentStep() const { return step_; }
   // What there is to know after a failure: the ends of all logs.
   std::string Logs();
+  // The fail points of the processes that run.
+  std::string Armed();
   std::string Text() const { return report_.Text() + armed_points_.Text(); }
 
  private:

@@ -3,17 +3,18 @@
 #define TESTS_SURVIVAL_CHANCE_H
 
 #include <cstdint>
+#include <initializer_list>
 #include <iterator>
 #include <random>
 
 namespace survival {
 
-// The same seed and step give the same choices, whatever the steps before it
-// needed.
+// The same numbers, such as seed and step, give the same choices, whatever else
+// was chosen before.
 class Chance {
  public:
-  Chance(std::uint32_t seed, int step) {
-    std::seed_seq sequence{seed, static_cast<std::uint32_t>(step)};
+  explicit Chance(std::initializer_list<std::uint32_t> numbers) {
+    std::seed_seq sequence(numbers);
     random_.seed(sequence);
   }
 

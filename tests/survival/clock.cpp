@@ -18,9 +18,9 @@ Outcome SetClock(Context& context) {
   const auto over = Clock::now();
   context.Say(fmt::format("clock from {:+} s to {:+} s", before, offset));
   // Once with what was kept from before the jump, once asked for anew.
-  Perform(context, context.node, Kind::kRead, false);
-  Perform(context, context.node, Kind::kReadCounters, false);
-  Perform(context, context.node, Kind::kCommit, false);
+  Perform(context, context.node, Kind::kRead);
+  Perform(context, context.node, Kind::kReadCounters);
+  Perform(context, context.node, Kind::kCommit);
   const char* fault = offset > before   ? "clock set forward"
                       : offset < before ? "clock set back"
                                         : "";

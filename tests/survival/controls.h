@@ -18,14 +18,21 @@ enum class WriteFault : std::int32_t {
   kShortThenFull,  // the first write does half, each further one fails with ENOSPC
 };
 
+enum class ReadFault : std::int32_t {
+  kNone,
+  kFails,  // every read fails with EIO
+  kShort,  // every read of more than one byte does half
+};
+
 // All zero: nothing is disturbed.
 struct Controls {
   // Added to CLOCK_REALTIME, and to nothing else.
   std::atomic<std::int64_t> clock_offset_seconds;
   // Of files whose name begins with running.db.
   std::atomic<WriteFault> write_fault;
+  std::atomic<ReadFault> read_fault;
   std::atomic<std::int32_t> sync_fails;
-  // How often the two did something.
+  // How often these did something.
   std::atomic<std::int32_t> disk_faults;
 };
 static_assert(std::atomic<std::int64_t>::is_always_lock_free);

@@ -9,7 +9,7 @@ namespace {
 
 struct Reason {
   const char* text;  // in the log
-  bool needs_commit;
+  bool needs_missed_commit;
   const char* why;
 };
 
@@ -45,12 +45,15 @@ std::string SanitizerReport(const std::string& log) {
 
 std::optional<std::string> ReasonToEnd(const Node& node, Part part, int status,
                                        const std::string& log) {
-  if (part != Part::kDaemon || status != 1 || !node.agent_was_lost) {
+  if (part != Part::kDaemon || status != 1 ||
+      node.so_far.agent_losses == node.at_rest.agent_losses) {
     return std::nullopt;
   }
+  const bool missed_commit = node.so_far.missed_commits != node.at_rest.missed_commits;
   const std::string last = LastLines(log);
   for (const Reason& reason : kReasons) {
-    if (last.find(reason.text) != std::string::npos && (node.committed || !reason.needs_commit)) {
+    if (last.find(reason.text) != std::string::npos &&
+        (missed_commit || !reason.needs_missed_commit)) {
       return reason.why;
     }
   }

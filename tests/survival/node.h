@@ -7,10 +7,12 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "element.h"
 #include "front_end.h"
 #include "mapped_controls.h"
+#include "point_log.h"
 #include "random_configuration.h"
 
 namespace survival {
@@ -31,7 +33,24 @@ struct Life {
   std::uintmax_t log_begin = 0;      // where in its log it begins
   bool stays_down = false;           // not to be started when it ends
   std::optional<int> asked_to_end;   // the signal
-  std::string armed;                 // the fail point that it started with
+  int starts = 0;                    // in this step
+  std::string armed;                 // the fail point that it started with; empty: none
+  bool has_hit = false;              // it came there, and failed
+};
+
+// What has happened to an element, in counts that only grow.
+struct Disturbances {
+  int all = 0;             // a process ended, stood still or had a transfer fail
+  int agent_losses = 0;    // of them those by which cfm-app may have lost the agent
+  int missed_commits = 0;  // commits that were made, or may have been, without it
+};
+
+// The disk under the agent's database.
+struct Disk {
+  bool may_refuse = false;        // commits
+  bool may_grow = true;           // its files; also for an agent that is started now
+  bool was_mended_early = false;  // for an agent that could not begin
+  bool has_failed = false;        // since everything was equal last
 };
 
 class Node {
@@ -47,26 +66,40 @@ class Node {
   Life& Of(Part part) { return lives_[static_cast<std::size_t>(part)]; }
   const std::filesystem::path LogOf(Part part) const;
   std::filesystem::path SocketOf(Part part) const;  // of agent and manager
+  // With the fail point that its life says.
   void Start(Part part);
+  // Whether files of the agent may grow.
+  void LetFilesGrow(bool may_grow);
+  void MendDisk();
+  // Whether the process has come to its fail point by now.
+  bool ComesToPoint(Part part);
 
   // The whole configuration, with the link.
   test::Configuration Full(const test::RandomConfiguration& random) const;
   test::Configuration Current() const { return Full(random); }
+  // The records of the link, as RecordsView names them.
+  std::string LocalEnd() const { return "local link between " + std::to_string(mep_); }
+  std::string RemoteEnd() const { return "remote link between " + std::to_string(remote_); }
 
   test::RandomConfiguration random{0};
   // After a commit whose outcome nobody told, what it would have made of it.
   std::optional<test::RandomConfiguration> maybe;
-  // Since everything was equal last: the agent was lost to the daemon for a
-  // moment; a commit was made, or may have been.
-  bool agent_was_lost = false;
-  bool committed = false;
+  struct Disk disk;
+  Disturbances so_far;
+  // As they were when everything began to be compared, and was equal.
+  Disturbances at_rest;
   std::uintmax_t agent_log_at_rest = 0;
 
  private:
+  std::filesystem::path PointsOf(Part part) const;
+
   std::string name_;
   test::Element element_;
   MappedControls controls_;
   std::array<Life, kParts.size()> lives_;
+  std::vector<PointLog> points_;  // by part
+  int mep_;
+  int remote_;
   test::Configuration link_;
 };
 

@@ -54,12 +54,12 @@ constexpr std::array kRestarts = {
     RestartOccasion{"when cfm-app loads", Part::kDaemon, Part::kDaemon, "Loading initial config"},
     RestartOccasion{"when cfm-app begins to publish", Part::kDaemon, Part::kDaemon,
                     "status created with key"},
-    RestartOccasion{"when cfm-app wipes what was published", Part::kDaemon, Part::kDaemon,
-                    "scheduling an InvalidateAllStatus"},
+    RestartOccasion{"when cfm-app puts off to wipe what was published", Part::kDaemon,
+                    Part::kDaemon, "scheduling an InvalidateAllStatus"},
     RestartOccasion{"when cfm-app registers", Part::kDaemon, Part::kAgent, "answers for"},
     RestartOccasion{"when cfm-app configures the manager", Part::kDaemon, Part::kManager,
                     "configures from now on"},
-    RestartOccasion{"when cfm-app has lost the manager and wipes", Part::kManager, Part::kDaemon,
+    RestartOccasion{"when cfm-app has lost the manager", Part::kManager, Part::kDaemon,
                     "lost the CFM manager"},
     RestartOccasion{"when cfm-app has found the manager again", Part::kManager, Part::kDaemon,
                     "connected to the CFM manager"},
@@ -72,22 +72,21 @@ constexpr std::array kRestarts = {
 // An occasion that does not come is not waited for longer.
 constexpr std::chrono::seconds kOccasionPatience{5};
 
-void AwaitMoment(Context& context, InFlight& operation, const OperationOccasion& occasion) {
+// False when it does not come before the answer, nor in time.
+bool AwaitMoment(Context& context, InFlight& operation, const OperationOccasion& occasion) {
   const auto answered = [&operation] { return operation.HasReply(); };
   const auto deadline = Clock::now() + kOccasionPatience;
   switch (occasion.moment) {
     case Moment::kAtOnce:
       operation.Send();
-      return;
+      return true;
     case Moment::kFirstByte:
       operation.Send();
-      context.supervisor.Await({operation.Fd()}, answered, deadline);
-      return;
+      return context.supervisor.Await({operation.Fd()}, answered, deadline);
     case Moment::kCommitInProgress: {
       AgentView view(context.supervisor, context.node);
       operation.Send();
-      view.AwaitCommitInProgress(answered, operation.Fd());
-      return;
+      return view.AwaitCommitInProgress(answered, operation.Fd());
     }
     case Moment::kLogLine: {
       LogWatch line(context.node.LogOf(occasion.part), occasion.line);
@@ -95,19 +94,17 @@ void AwaitMoment(Context& context, InFlight& operation, const OperationOccasion&
       context.supervisor.Await(
           {line.Fd(), operation.Fd()}, [&] { return line.Seen() || operation.HasReply(); },
           deadline);
-      return;
+      return line.Seen().has_value();
     }
   }
+  return false;
 }
 
-void AwaitRestart(Context& context, const RestartOccasion& occasion) {
+bool AwaitRestart(Context& context, const RestartOccasion& occasion) {
   LogWatch line(context.node.LogOf(occasion.part), occasion.line);
   context.supervisor.End(context.node, occasion.restarted, SIGKILL, false);
-  if (!context.supervisor.Await(
-          {line.Fd()}, [&line] { return line.Seen().has_value(); },
-          Clock::now() + kOccasionPatience)) {
-    context.report.Count(std::string("occasion that did not come: ") + occasion.name);
-  }
+  return context.supervisor.Await(
+      {line.Fd()}, [&line] { return line.Seen().has_value(); }, Clock::now() + kOccasionPatience);
 }
 
 // The first change of status that a cut wire makes.
@@ -124,27 +121,28 @@ Underway::Underway(Context& context) : context_(context) {
       context.chance.Below(static_cast<int>(kOperations.size() + kRestarts.size() + 1));
   const auto at = static_cast<std::size_t>(choice);
   std::string name = "when a status changes";
+  bool has_come = true;
   if (at < kOperations.size()) {
     const OperationOccasion& occasion = kOperations[at];
     name = occasion.name;
     operation_.emplace(context, context.node, occasion.kind);
-    AwaitMoment(context, *operation_, occasion);
+    has_come = AwaitMoment(context, *operation_, occasion);
   } else if (at < kOperations.size() + kRestarts.size()) {
     const RestartOccasion& occasion = kRestarts[at - kOperations.size()];
     name = occasion.name;
-    AwaitRestart(context, occasion);
+    has_come = AwaitRestart(context, occasion);
   } else {
     AwaitStatusChange(context);
   }
-  context.Say(name);
-  context.report.Count("fault " + name);
+  context.Say(has_come ? name : "not " + name);
+  context.report.Count((has_come ? "fault " : "moment that did not come: ") + name);
 }
 
 std::string Underway::Finish() {
   if (!operation_) {
     return {};
   }
-  std::string outcome = operation_->Finish(true);
+  std::string outcome = operation_->Finish();
   context_.Say(outcome);
   operation_.reset();
   return outcome;

@@ -4,9 +4,11 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 
 #include "failure.h"
+#include "rest.h"
 #include "views.h"
 
 namespace survival {
@@ -23,7 +25,35 @@ Request ClearAll() {
   return request;
 }
 
-// `cfmctl edit`, when the edit has no documents.
+constexpr const char* kDone = "commit reported as done";
+constexpr const char* kRefusedByDisk = "commit refused by a failing disk";
+constexpr const char* kRefused = "commit refused after a disturbance";
+
+std::vector<std::string> LoadCommand(Node& node, const test::Configuration& configuration) {
+  const std::filesystem::path file = node.Element().Directory() / "load.json";
+  std::ofstream(file) << test::DocumentOf(configuration);
+  return {"load", "--replace", file.string()};
+}
+
+void TakeCommit(Node& node, const test::RandomConfiguration& after, bool was_heard) {
+  node.random = after;
+  node.so_far.missed_commits += was_heard ? 0 : 1;
+}
+
+void LoseCommit(Node& node, const test::RandomConfiguration& after) {
+  node.maybe = after;
+  ++node.so_far.missed_commits;
+}
+
+// A commit builds upon what is there: whether the last one is has to be known.
+void SettleCommit(Context& context, Node& node) {
+  if (node.maybe) {
+    AwaitRest(context.supervisor, node, context.report);
+  }
+}
+
+}  // namespace
+
 std::optional<std::vector<std::string>> EditCommand(const Edit& edit) {
   std::vector<std::string> words = {"edit"};
   for (const EditOperation& operation : edit.operations()) {
@@ -40,28 +70,23 @@ std::optional<std::vector<std::string>> EditCommand(const Edit& edit) {
   return words;
 }
 
-std::vector<std::string> LoadCommand(Node& node, const test::Configuration& configuration) {
-  const std::filesystem::path file = node.Element().Directory() / "load.json";
-  std::ofstream(file) << test::DocumentOf(configuration);
-  return {"load", "--replace", file.string()};
-}
-
-void TakeCommit(Node& node, const test::RandomConfiguration& after) {
-  node.random = after;
-  node.committed = true;
-}
-
-}  // namespace
-
 const char* NameOf(Kind kind) {
   static constexpr const char* kNames[] = {"commit", "commit of the candidate", "read",
                                            "read of counters", "clear-statistics"};
   return kNames[static_cast<std::size_t>(kind)];
 }
 
+Hearing::Hearing(Supervisor& supervisor, Node& node)
+    : is_subscribed_(IsSubscribed(supervisor, node)), agent_losses_(node.so_far.agent_losses) {}
+
+bool Hearing::Holds(const Node& node) const {
+  return is_subscribed_ && node.so_far.agent_losses == agent_losses_;
+}
+
 InFlight::InFlight(Context& context, Node& node, Kind kind)
     : context_(context), node_(node), kind_(kind), front_end_(node.Element().RuntimeDirectory()) {
   if (IsCommit()) {
+    hearing_ = Hearing(context.supervisor, node);
     after_ = node.random;
     after_->Reseed(context.chance.Number());
     *request_.mutable_edit() = after_->NextCommit();
@@ -74,7 +99,7 @@ InFlight::InFlight(Context& context, Node& node, Kind kind)
   } else {
     // The daemon keeps counters for a moment; after a clearing it has to ask.
     if (kind == Kind::kReadCounters) {
-      Prepare(ClearAll(), true);
+      Prepare(ClearAll());
     }
     request_ = test::ReadOf("/status");
   }
@@ -93,29 +118,30 @@ InFlight::~InFlight() {
 void InFlight::PrepareCandidate(Edit edit) {
   Request discard;
   discard.mutable_discard_candidate();
-  Prepare(discard, false);
+  Prepare(discard);
   // An edit that is thought better of must leave nothing behind.
   test::RandomConfiguration dropped = node_.random;
   dropped.Reseed(context_.chance.Number());
   Request drop;
   *drop.mutable_edit() = dropped.NextCommit();
   drop.mutable_edit()->set_target(Edit::CANDIDATE);
-  Prepare(drop, false);
-  Prepare(discard, false);
+  Prepare(drop);
+  Prepare(discard);
   edit.set_target(Edit::CANDIDATE);
   Request fill;
   *fill.mutable_edit() = std::move(edit);
-  Prepare(fill, false);
+  Prepare(fill);
   Request validate;
   validate.mutable_validate_candidate();
-  Prepare(validate, false);
+  Prepare(validate);
 }
 
-void InFlight::Prepare(const Request& request, bool may_be_refused) {
+// Without it the operation is another one.
+void InFlight::Prepare(const Request& request) {
   const Reply reply = Ask(context_.supervisor, front_end_, request);
-  if (reply.errors_size() > 0 && !may_be_refused && !kHasFailPoints) {
-    throw Failure(
-        fmt::format("{}: {} refused: {}", node_.Name(), NameOf(kind_), reply.errors(0).message()));
+  if (reply.errors_size() > 0) {
+    throw std::runtime_error(fmt::format("{}: what comes before a {} was refused: {}", node_.Name(),
+                                         NameOf(kind_), reply.errors(0).message()));
   }
 }
 
@@ -133,43 +159,46 @@ bool InFlight::HasReply() const {
   return poll(&event, 1, 0) == 1;
 }
 
-std::string InFlight::Finish(bool disturbed) {
-  disturbed = disturbed || kHasFailPoints;
+std::string InFlight::Finish() {
   Reply reply;
   try {
     reply = Next(context_.supervisor, front_end_);
   } catch (const Failure&) {
     throw;
   } catch (const std::exception& error) {
-    if (!disturbed) {
-      throw Failure(fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_), error.what()));
+    if (!context_.supervisor.Excuses(node_) &&
+        !context_.supervisor.SeesDisturbance(node_, node_.at_rest.all)) {
+      throw Failure(fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_), error.what()),
+                    node_.LogOf(Part::kAgent));
     }
+    context_.report.Count(fmt::format("{}: no reply", NameOf(kind_)));
     return LoseReply();
   }
   is_open_ = false;
-  return IsCommit() ? FinishCommit(reply, disturbed) : FinishRead(reply, disturbed);
+  return IsCommit() ? FinishCommit(reply) : FinishRead(reply);
 }
 
 std::string InFlight::LoseReply() {
   is_open_ = false;
   if (IsCommit()) {
-    node_.maybe = after_;
-    node_.committed = true;
+    LoseCommit(node_, *after_);
   }
   return "no reply";
 }
 
-std::string InFlight::FinishCommit(const Reply& reply, bool disturbed) {
+std::string InFlight::FinishCommit(const Reply& reply) {
   if (reply.errors_size() > 0) {
-    if (!disturbed) {
+    if (!node_.disk.may_refuse && !context_.supervisor.Excuses(node_)) {
       throw Failure(fmt::format("{}: a valid commit was refused: {}", node_.Name(),
-                                reply.errors(0).message()));
+                                reply.errors(0).message()),
+                    node_.LogOf(Part::kAgent));
     }
-    context_.report.Count("commit refused in a fault");
+    context_.report.Count(node_.disk.may_refuse ? kRefusedByDisk : kRefused);
     return "refused";
   }
-  TakeCommit(node_, *after_);
-  context_.report.Count("commit reported as done");
+  context_.supervisor.Excuses(node_);
+  TakeCommit(node_, *after_, reply.warnings_size() == 0 && hearing_.Holds(node_));
+  context_.report.Count(kDone);
   if (reply.warnings_size() > 0) {
     context_.report.Count("commit done, with a warning about who missed it");
     return kDoneWithWarning;
@@ -177,27 +206,42 @@ std::string InFlight::FinishCommit(const Reply& reply, bool disturbed) {
   return "done";
 }
 
-std::string InFlight::FinishRead(const Reply& reply, bool disturbed) {
+std::string InFlight::FinishRead(const Reply& reply) {
   const bool complete = reply.errors_size() == 0 && reply.warnings_size() == 0;
-  if (!complete && !disturbed) {
+  if (!complete && !context_.supervisor.Excuses(node_)) {
     throw Failure(
         fmt::format("{}: {}: {}", node_.Name(), NameOf(kind_),
-                    reply.errors_size() > 0 ? reply.errors(0).message() : reply.warnings(0)));
+                    reply.errors_size() > 0 ? reply.errors(0).message() : reply.warnings(0)),
+        node_.LogOf(Part::kDaemon));
   }
+  context_.report.Count(fmt::format("{}: {}", NameOf(kind_), complete ? "done" : "incomplete"));
   return complete ? "done" : "incomplete, and says so";
 }
 
-std::string Perform(Context& context, Node& node, Kind kind, bool disturbed) {
+std::string Perform(Context& context, Node& node, Kind kind) {
   context.supervisor.AwaitReady(node, Part::kAgent);
+  if (kind == Kind::kCommit || kind == Kind::kCandidateCommit) {
+    SettleCommit(context, node);
+  }
   InFlight operation(context, node, kind);
   operation.Send();
-  std::string outcome = operation.Finish(disturbed);
+  std::string outcome = operation.Finish();
   context.Say(std::string(NameOf(kind)) + " " + outcome);
   return outcome;
 }
 
-void CommitByCommand(Context& context, Node& node, bool disturbed) {
+int AwaitEnd(Context& context, test::Process& command, const std::string& name) {
+  if (!context.supervisor.Await(
+          {command.EndFd()}, [&] { return command.Status().has_value(); },
+          Clock::now() + 2 * test::kPatience)) {
+    throw Failure("cfmctl " + name + " does not end");
+  }
+  return *command.Status();
+}
+
+void CommitByCommand(Context& context, Node& node) {
   context.supervisor.AwaitReady(node, Part::kAgent);
+  SettleCommit(context, node);
   test::RandomConfiguration after = node.random;
   after.Reseed(context.chance.Number());
   const Edit edit = after.NextCommit();
@@ -205,24 +249,46 @@ void CommitByCommand(Context& context, Node& node, bool disturbed) {
   if (words.size() == 1) {
     return context.Say("nothing to commit by cfmctl");
   }
+  const Hearing hearing(context.supervisor, node);
   const auto command = node.Element().StartCfmctl(words);
-  if (!context.supervisor.Await(
-          {command->EndFd()}, [&] { return command->Status().has_value(); },
-          Clock::now() + 2 * test::kPatience)) {
-    throw Failure("cfmctl " + words.front() + " does not end");
-  }
-  const int status = *command->Status();
+  const int status = AwaitEnd(context, *command, words.front());
+  const bool excused = context.supervisor.Excuses(node);
   if (status == 0) {
-    TakeCommit(node, after);
+    const bool warns = command->Log().find("cfmctl: warning: ") != std::string::npos;
+    TakeCommit(node, after, !warns && hearing.Holds(node));
     context.report.Count("commit by cfmctl reported as done");
-  } else if (!(disturbed || kHasFailPoints) || (status != 1 && status != 3)) {
+  } else if (!excused || (status != 1 && status != 3)) {
     throw Failure(fmt::format("{}: cfmctl {} of a valid commit ended with status {}: {}",
                               node.Name(), words.front(), status, command->Log()));
   } else if (status == 3) {
-    node.maybe = after;
-    node.committed = true;
+    LoseCommit(node, after);
   }
   context.Say(fmt::format("cfmctl {} status {}", words.front(), status));
+}
+
+void CheckThatMostSucceeded(const Report& report) {
+  struct Share {
+    const char* done;
+    std::array<const char*, 3> excused;
+    int least;  // percent of all
+  };
+  static constexpr std::array kShares = {
+      Share{kDone, {kRefused, "commit: no reply", "commit of the candidate: no reply"}, 75},
+      Share{"read: done", {"read: incomplete", "read: no reply"}, 75},
+      Share{"read of counters: done",
+            {"read of counters: incomplete", "read of counters: no reply"},
+            75}};
+  constexpr int kEnough = 40;  // to tell a share
+  for (const Share& share : kShares) {
+    const int done = report.Counted(share.done);
+    int all = done;
+    for (const char* excused : share.excused) {
+      all += excused == nullptr ? 0 : report.Counted(excused);
+    }
+    if (all >= kEnough && done * 100 < share.least * all) {
+      throw Failure(fmt::format("{} only {} times of {}", share.done, done, all));
+    }
+  }
 }
 
 }  // namespace survival

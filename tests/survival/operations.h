@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "context.h"
 #include "front_end.h"
@@ -18,6 +19,20 @@ const char* NameOf(Kind kind);
 
 // Of a commit that somebody missed.
 inline constexpr const char* kDoneWithWarning = "done with a warning";
+
+// Whether the daemon takes over a commit that is made now.
+class Hearing {
+ public:
+  // Nobody hears.
+  Hearing() = default;
+  Hearing(Supervisor& supervisor, Node& node);
+  // It was subscribed then, and not lost to the agent since.
+  bool Holds(const Node& node) const;
+
+ private:
+  bool is_subscribed_ = false;
+  int agent_losses_ = 0;
+};
 
 // An operation over the front-end protocol whose reply is awaited apart from
 // its request, so that something can happen in between.
@@ -37,15 +52,15 @@ class InFlight {
   // Whether the reply has begun to come, or the connection has ended.
   bool HasReply() const;
   // Waits for the reply, takes the outcome into the model, and tells it.
-  // Throws Failure when the operation fails without a reason: `disturbed` says
-  // that there may be one.
-  std::string Finish(bool disturbed);
+  // Throws Failure when the operation fails and nothing that happened to the
+  // node excuses that.
+  std::string Finish();
 
  private:
   void PrepareCandidate(cfm::agent::Edit edit);
-  void Prepare(const cfm::agent::Request& request, bool may_be_refused);
-  std::string FinishCommit(const cfm::agent::Reply& reply, bool disturbed);
-  std::string FinishRead(const cfm::agent::Reply& reply, bool disturbed);
+  void Prepare(const cfm::agent::Request& request);
+  std::string FinishCommit(const cfm::agent::Reply& reply);
+  std::string FinishRead(const cfm::agent::Reply& reply);
   std::string LoseReply();
 
   Context& context_;
@@ -54,15 +69,24 @@ class InFlight {
   test::FrontEnd front_end_;
   cfm::agent::Request request_;
   std::optional<test::RandomConfiguration> after_;  // of a commit
+  Hearing hearing_;                                 // of a commit
   bool is_open_ = false;                            // sent, and the outcome is not known
 };
 
-// One that nothing disturbs, or, with `disturbed`, a running fault does. Tells
-// the outcome, as InFlight::Finish.
-std::string Perform(Context& context, Node& node, Kind kind, bool disturbed);
+// `cfmctl edit`; nothing when the edit has documents.
+std::optional<std::vector<std::string>> EditCommand(const cfm::agent::Edit& edit);
+
+// Throws Failure when an operation that has to succeed was excused too often.
+void CheckThatMostSucceeded(const Report& report);
+
+// One, from its begin to its end. Tells the outcome, as InFlight::Finish.
+std::string Perform(Context& context, Node& node, Kind kind);
+
+// The exit status of a cfmctl. Throws Failure when there is none.
+int AwaitEnd(Context& context, test::Process& command, const std::string& name);
 
 // A random valid commit with cfmctl.
-void CommitByCommand(Context& context, Node& node, bool disturbed);
+void CommitByCommand(Context& context, Node& node);
 
 }  // namespace survival
 

@@ -20,6 +20,7 @@
 namespace {
 
 using survival::Controls;
+using survival::ReadFault;
 using survival::WriteFault;
 
 Controls* MapControls() {
@@ -70,6 +71,19 @@ ssize_t Allowed(int fd, size_t size) {
   const WriteFault fault = controls->write_fault;
   if (fault == WriteFault::kNoSpace || (fault == WriteFault::kShortThenFull && !first)) {
     errno = ENOSPC;
+    return -1;
+  }
+  return static_cast<ssize_t>(size > 1 ? size / 2 : size);
+}
+
+// The same of a read.
+ssize_t AllowedToRead(int fd, size_t size) {
+  if (controls == nullptr || controls->read_fault == ReadFault::kNone || !IsDatabase(fd)) {
+    return static_cast<ssize_t>(size);
+  }
+  ++controls->disk_faults;
+  if (controls->read_fault == ReadFault::kFails) {
+    errno = EIO;
     return -1;
   }
   return static_cast<ssize_t>(size > 1 ? size / 2 : size);
@@ -130,6 +144,24 @@ ssize_t pwrite(int fd, const void* data, size_t size, off_t offset) {
 ssize_t pwrite64(int fd, const void* data, size_t size, off64_t offset) {
   static auto* const real = Real<ssize_t(int, const void*, size_t, off64_t)>("pwrite64");
   const ssize_t allowed = Allowed(fd, size);
+  return allowed < 0 ? -1 : real(fd, data, static_cast<size_t>(allowed), offset);
+}
+
+ssize_t read(int fd, void* data, size_t size) {
+  static auto* const real = Real<ssize_t(int, void*, size_t)>("read");
+  const ssize_t allowed = AllowedToRead(fd, size);
+  return allowed < 0 ? -1 : real(fd, data, static_cast<size_t>(allowed));
+}
+
+ssize_t pread(int fd, void* data, size_t size, off_t offset) {
+  static auto* const real = Real<ssize_t(int, void*, size_t, off_t)>("pread");
+  const ssize_t allowed = AllowedToRead(fd, size);
+  return allowed < 0 ? -1 : real(fd, data, static_cast<size_t>(allowed), offset);
+}
+
+ssize_t pread64(int fd, void* data, size_t size, off64_t offset) {
+  static auto* const real = Real<ssize_t(int, void*, size_t, off64_t)>("pread64");
+  const ssize_t allowed = AllowedToRead(fd, size);
   return allowed < 0 ? -1 : real(fd, data, static_cast<size_t>(allowed), offset);
 }
 

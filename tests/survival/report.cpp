@@ -18,6 +18,11 @@ std::string Range(std::vector<Duration> times) {
 
 }  // namespace
 
+int Report::Counted(const std::string& what) const {
+  const auto found = counts_.find(what);
+  return found == counts_.end() ? 0 : found->second;
+}
+
 std::string Report::Text() const {
   std::string text =
       fmt::format("\n{:<36} {:>6}  {:>22}  {:>24}\n", "fault (times: min/median/max)", "tried",

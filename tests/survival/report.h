@@ -14,7 +14,8 @@ using Duration = std::chrono::duration<double, std::milli>;
 class Report {
  public:
   // An operation without a fault, or what a fault met: how often.
-  void Count(const std::string& what) { ++counts_[what]; }
+  void Count(const std::string& what, int times = 1) { counts_[what] += times; }
+  int Counted(const std::string& what) const;
   // A fault.
   void Tried(const std::string& fault) { ++faults_[fault].tried; }
   // From the fault to the first sign of it that another process gave.

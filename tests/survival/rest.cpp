@@ -11,13 +11,24 @@
 #include "failure.h"
 #include "hierarchy_text.h"
 #include "running_tree.h"
+#include "status_judge.h"
 #include "views.h"
 
 namespace survival {
 namespace {
 
-// Attempts that an end in between may cost.
+// Attempts that disturbances in between may cost.
 constexpr int kAttempts = 20;
+
+// Reads in a row from under which cfm-app may wipe with nothing new happening:
+// it does so once for each process that it has lost.
+constexpr int kMostWipes = 2;
+
+// A read had an answer, and not all that is to be in it.
+class Incomplete : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 using Names = std::multiset<std::string>;
 
@@ -57,41 +68,51 @@ void CompareManager(Supervisor& supervisor, Node& node) {
   const cfm::Hierarchy expected = test::Expected(node.Current());
   if (const auto held = ManagerView(supervisor, node).AwaitEqual(expected)) {
     throw Failure(fmt::format("{}: the manager holds\n{}\nand has to hold\n{}", node.Name(),
-                              test::ToText(*held), test::ToText(expected)));
+                              test::ToText(*held), test::ToText(expected)),
+                  node.LogOf(Part::kManager));
   }
+}
+
+// No wire is cut at rest.
+constexpr const char* kUp = "up, port up";
+
+std::string StateOfLocalEnd(const RecordsView& records, Node& node) {
+  const std::string end = node.LocalEnd();
+  return fmt::format("{}, port {}", records.LeafOf(end, "tx-interface-status-tlv"),
+                     records.LeafOf(end, "tx-port-status-tlv"));
 }
 
 void CompareRecords(Supervisor& supervisor, Node& node) {
   RecordsView records(supervisor, node);
   const Names expected = ExpectedRecords(node.Current());
-  if (!records.AwaitUntil([&] { return records.Names() == expected; })) {
-    throw Failure(fmt::format("{}: the operational lists lack {} and have {} too many", node.Name(),
-                              Minus(expected, records.Names()), Minus(records.Names(), expected)));
+  const auto are_right = [&] {
+    return records.Names() == expected && records.MissingLeaf().empty() &&
+           StateOfLocalEnd(records, node) == kUp;
+  };
+  if (!records.AwaitUntil(are_right)) {
+    throw Failure(
+        fmt::format("{}: the operational lists lack {} and have {} too many, {} is missing, the "
+                    "local end of the link is {}",
+                    node.Name(), Minus(expected, records.Names()), Minus(records.Names(), expected),
+                    records.MissingLeaf(), StateOfLocalEnd(records, node)));
   }
 }
 
-// The counter that each record has to show.
-int CountersIn(const cfm::agent::Node& node) {
-  int count = node.name() == "mep-ccms-sent" || node.name() == "rmep-ccms-received" ? 1 : 0;
-  for (const cfm::agent::Node& child : node.children()) {
-    count += CountersIn(child);
-  }
-  return count;
-}
-
+// Each record that belongs to the configuration, with all its leaves, counters
+// included, and the values that follow from the configuration.
 void ReadEverything(Supervisor& supervisor, Node& node) {
   test::FrontEnd front_end(node.Element().RuntimeDirectory());
   const cfm::agent::Reply reply = Ask(supervisor, front_end, test::ReadOf("/status"));
   if (reply.errors_size() > 0) {
-    throw std::runtime_error("read of the status: " + reply.errors(0).message());
+    throw Incomplete("read of the status: " + reply.errors(0).message());
   }
   if (reply.warnings_size() > 0) {
-    throw std::runtime_error("read of the status: " + reply.warnings(0));
+    throw Incomplete("read of the status: " + reply.warnings(0));
   }
-  const auto expected = static_cast<int>(ExpectedRecords(node.Current()).size());
-  if (const int counters = CountersIn(reply.node()); counters != expected) {
-    throw std::runtime_error(
-        fmt::format("{} of {} records show their counters", counters, expected));
+  try {
+    test::CheckAtRest(test::RecordsIn(reply.node()), test::ConfigurationHistory(node.Current()));
+  } catch (const std::runtime_error& error) {
+    throw Incomplete(std::string("read of the status: ") + error.what());
   }
 }
 
@@ -99,7 +120,7 @@ void LookForReports(Node& node) {
   for (const Part part : kParts) {
     const std::string log = ReadLog(node.LogOf(part), node.Of(part).log_begin);
     if (const std::string found = SanitizerReport(log); !found.empty()) {
-      throw Failure(node.NameOf(part) + ": " + found);
+      throw Failure(node.NameOf(part) + ": " + found, node.LogOf(part));
     }
   }
 }
@@ -123,23 +144,40 @@ std::multiset<std::string> ExpectedRecords(const test::Configuration& configurat
   return names;
 }
 
-// A process may still have to end because of what was before; then what the
-// comparison is connected to ends, and it begins anew.
+// A process may still have to end because of what was before, or come to its
+// fail point; then what the comparison is connected to ends, and it begins anew.
+// And where something has happened cfm-app may still wipe and publish anew what
+// was there already. Whatever else is not complete is a failure.
 void AwaitRest(Supervisor& supervisor, Node& node, Report& report) {
   std::string disturbance;
+  int wipes = 0;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const Disturbances before = node.so_far;
+    const std::uintmax_t log = std::filesystem::file_size(node.LogOf(Part::kAgent));
     try {
       Compare(supervisor, node, report);
       LookForReports(node);
-      node.agent_was_lost = false;
-      node.committed = false;
-      node.agent_log_at_rest = std::filesystem::file_size(node.LogOf(Part::kAgent));
+      node.at_rest = before;
+      node.disk.has_failed = node.disk.may_refuse;
+      node.agent_log_at_rest = log;
       return;
     } catch (const Failure&) {
       throw;
+    } catch (const Incomplete& error) {
+      disturbance = error.what();
+      const bool excused = supervisor.Excuses(node);
+      wipes = node.so_far.all == before.all ? wipes + 1 : 0;
+      if (!excused || wipes > kMostWipes) {
+        throw Failure(fmt::format("{}: {}", node.Name(), disturbance), node.LogOf(Part::kDaemon));
+      }
+      report.Count("read at rest begun anew: what was before was not over");
     } catch (const std::exception& error) {
       disturbance = error.what();
-      supervisor.SeesEnd();
+      if (!supervisor.SeesDisturbance(node, before.all)) {
+        throw Failure(fmt::format("{}, undisturbed: {}", node.Name(), disturbance),
+                      node.LogOf(Part::kAgent));
+      }
+      report.Count("comparison begun anew after a disturbance");
     }
   }
   throw Failure(node.Name() + " does not come to rest: " + disturbance);

@@ -10,7 +10,8 @@ namespace survival {
 // Then compares the running configuration, the manager's hierarchy, the
 // operational lists and a read of everything with the model. A commit whose
 // outcome is unknown is taken for what is there. Throws Failure with the first
-// difference that stays.
+// difference that stays, and when anything is incomplete though nothing happens
+// to the node meanwhile.
 void AwaitRest(Supervisor& supervisor, Node& node, Report& report);
 
 // The records that the operational lists have at rest, as RecordsView names

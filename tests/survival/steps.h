@@ -11,6 +11,7 @@ struct Outcome {
   std::string fault = {};       // name in the report; empty: there was none
   Clock::time_point over = {};  // when the fault was over
   bool await_link = false;      // recovery includes that the link is well again
+  bool is_void = false;         // it did not come to its end, or to any effect
 };
 
 // Kills, freezes or restarts a process at a random moment of an operation.

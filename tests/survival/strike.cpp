@@ -39,7 +39,7 @@ void Meanwhile(Context& context, const Node& struck, bool holds_commits, const U
     const bool waits = &node == &struck && holds_commits;
     const bool is_busy = &node == &context.node && underway.IsCommit();
     if (!waits && !is_busy && !node.maybe) {
-      Perform(context, node, Kind::kCommit, true);
+      Perform(context, node, Kind::kCommit);
     }
   }
 }

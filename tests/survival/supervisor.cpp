@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "ends.h"
@@ -15,18 +16,34 @@ namespace {
 // Starts in one step. More than that is a process that cannot live.
 constexpr int kMostStarts = 40;
 
-// A fail point may end the agent while its disk fails, and the next one cannot
-// begin then.
-bool CouldNotOpenDatabase(const std::string& log) {
-  return kHasFailPoints && log.find("open the running configuration") != std::string::npos &&
+// From the end of a connection to the end of its process.
+constexpr std::chrono::seconds kEndPatience{5};
+
+// An agent that begins while its disk fails, or for which a fail point is the
+// disk. Where its files may not grow it cannot say what is wrong.
+bool CouldNotOpenDatabase(Node& node, int status, const std::string& log) {
+  const Life& life = node.Of(Part::kAgent);
+  const bool hit_disk = life.has_hit && life.armed.starts_with("disk_");
+  if (!node.disk.has_failed && !hit_disk) {
+    return false;
+  }
+  if (!node.disk.may_grow) {
+    return status == 1 || status == 128 + SIGXFSZ;
+  }
+  return status == 1 && log.find("open the running configuration") != std::string::npos &&
          (log.find("disk I/O error") != std::string::npos ||
           log.find("disk is full") != std::string::npos);
 }
 
-// It would end again and again until somebody sees to the disk.
-void MendDisk(Node& node) {
-  node.Disturb()->write_fault = WriteFault::kNone;
-  node.Disturb()->sync_fails = 0;
+// What a peer does not notice is no disturbance: a short transfer goes on.
+bool Disturbs(const std::string& armed) {
+  return !armed.ends_with(":short");
+}
+
+// A daemon that has ended has lost nothing; the next one loads everything.
+void DisturbByEnd(Node& node, Part part) {
+  ++node.so_far.all;
+  node.so_far.agent_losses += part == Part::kAgent ? 1 : 0;
 }
 
 bool IsReadable(int descriptor) {
@@ -43,17 +60,50 @@ void Supervisor::Add(Node& node) {
   }
 }
 
-void Supervisor::BeginStep() {
+void Supervisor::BeginStep(int step) {
+  step_ = step;
+  look_out_.reset();
   starts_ = 0;
-  arms_ = true;
+  points_.clear();
+  for (Node* node : nodes_) {
+    for (const Part part : kParts) {
+      node->Of(part).starts = 0;
+    }
+  }
+}
+
+void Supervisor::Arm(Node& node, Part part) {
+  Life& life = node.Of(part);
+  ++life.starts;
+  life.armed.clear();
+  if (step_ > 0) {
+    const auto at = std::find(nodes_.begin(), nodes_.end(), &node) - nodes_.begin();
+    const Chance chance{seed_, static_cast<std::uint32_t>(step_), static_cast<std::uint32_t>(at),
+                        static_cast<std::uint32_t>(part), static_cast<std::uint32_t>(life.starts)};
+    life.armed = armed_points_.Choose(chance, part);
+  }
+  if (!life.armed.empty()) {
+    points_ += fmt::format(", armed {} {}", node.NameOf(part), life.armed);
+  }
+}
+
+void Supervisor::LookForHit(Node& node, Part part) {
+  Life& life = node.Of(part);
+  if (!life.has_hit && node.ComesToPoint(part)) {
+    life.has_hit = true;
+    armed_points_.Hit(part, life.armed);
+    points_ += fmt::format(", hit {} {}", node.NameOf(part), life.armed);
+    if (Disturbs(life.armed)) {
+      Disturb(node, part);
+    }
+  }
 }
 
 void Supervisor::Start(Node& node, Part part) {
   if (++starts_ > kMostStarts) {
-    throw Failure(node.NameOf(part) + " ends again and again");
+    throw Failure(node.NameOf(part) + " ends again and again", node.LogOf(part));
   }
-  Life& life = node.Of(part);
-  life.armed = arms_ ? armed_points_.Arm(node, part) : std::string();
+  Arm(node, part);
   node.Start(part);
 }
 
@@ -106,6 +156,7 @@ void Supervisor::Tend() {
         continue;
       }
       process->IsReady();
+      LookForHit(*node, part);
       if (const auto status = process->Status()) {
         TakeEnd(*node, part, *status);
       }
@@ -114,9 +165,9 @@ void Supervisor::Tend() {
 }
 
 void Supervisor::TakeEnd(Node& node, Part part, int status) {
-  ++ends_;
+  LookForHit(node, part);
   JudgeEnd(node, part, status);
-  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  DisturbByEnd(node, part);
   node.Of(part).process = nullptr;
   if (!node.Of(part).stays_down) {
     Start(node, part);
@@ -127,31 +178,34 @@ void Supervisor::JudgeEnd(Node& node, Part part, int status) {
   const Life& life = node.Of(part);
   const std::string log = ReadLog(node.LogOf(part), life.log_begin);
   if (const std::string found = SanitizerReport(log); !found.empty()) {
-    throw Failure(node.NameOf(part) + ": " + found);
+    throw Failure(node.NameOf(part) + ": " + found, node.LogOf(part));
   }
   const bool killed = status == 128 + SIGKILL;
   const bool asked = life.asked_to_end == SIGKILL;
-  const bool has_failed = armed_points_.TakeEnd(node, part, life.armed, killed && !asked);
-  if (killed && (asked || (has_failed && life.armed.ends_with(":kill")))) {
+  if (killed && (asked || (life.has_hit && life.armed.ends_with(":kill")))) {
     return;
   }
   const bool was_ready = life.process->IsReady();
-  if (part == Part::kAgent && status == 1 && !was_ready && CouldNotOpenDatabase(log)) {
-    MendDisk(node);
+  if (part == Part::kAgent && !was_ready && CouldNotOpenDatabase(node, status, log)) {
+    // It would end again and again until somebody sees to the disk.
+    node.MendDisk();
+    node.disk.was_mended_early = true;
     return report_.Count("agentd ended, as it may: it could not open its database");
   }
   // Before it is ready it may not have taken over the signal yet.
   if (life.asked_to_end == SIGTERM && (status == 0 || (!was_ready && status == 128 + SIGTERM))) {
     return;
   }
-  // A fail point may have broken their connection.
-  node.agent_was_lost = node.agent_was_lost || AgentGaveUp(node) || kHasFailPoints;
+  if (AgentGaveUp(node)) {
+    Disturb(node, Part::kAgent);
+  }
   if (const auto reason = ReasonToEnd(node, part, status, log)) {
     report_.Count("cfm-app ended, as it may: " + *reason);
     return;
   }
   throw Failure(
-      fmt::format("{} ended with status {}, which it must not", node.NameOf(part), status));
+      fmt::format("{} ended with status {}, which it must not", node.NameOf(part), status),
+      node.LogOf(part));
 }
 
 void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
@@ -162,10 +216,20 @@ void Supervisor::AwaitReadable(int descriptor, const std::string& what) {
   }
 }
 
-bool Supervisor::SeesEnd() {
-  const int ends = ends_;
+// Between a daemon and its agent either may break what is between them.
+void Supervisor::Disturb(Node& node, Part part) {
+  ++node.so_far.all;
+  node.so_far.agent_losses += part == Part::kManager ? 0 : 1;
+}
+
+bool Supervisor::Excuses(Node& node) {
+  Tend();
+  return node.so_far.all != node.at_rest.all;
+}
+
+bool Supervisor::SeesDisturbance(Node& node, int so_many) {
   return Await(
-      {}, [&] { return ends_ != ends; }, Clock::now() + std::chrono::seconds(1));
+      {}, [&] { return node.so_far.all != so_many; }, Clock::now() + kEndPatience);
 }
 
 void Supervisor::AwaitReady(Node& node) {
@@ -180,7 +244,7 @@ void Supervisor::AwaitReady(Node& node, Part part) {
     return life.stays_down || (life.process != nullptr && life.process->IsReady());
   };
   if (!Await({}, ready, Clock::now() + test::kPatience)) {
-    throw Failure(node.NameOf(part) + " does not become ready");
+    throw Failure(node.NameOf(part) + " does not become ready", node.LogOf(part));
   }
 }
 
@@ -194,11 +258,12 @@ void Supervisor::End(Node& node, Part part, int signal, bool stay_down) {
   life.stays_down = stay_down;
   life.asked_to_end = signal;
   // The others may see it before its end is taken here.
-  node.agent_was_lost = node.agent_was_lost || part == Part::kAgent;
+  DisturbByEnd(node, part);
   life.process->Signal(signal);
   const auto gone = [&] { return life.process == nullptr || life.process->Pid() != pid; };
   if (!Await({}, gone, Clock::now() + test::kPatience)) {
-    throw Failure(fmt::format("{} does not end on signal {}", node.NameOf(part), signal));
+    throw Failure(fmt::format("{} does not end on signal {}", node.NameOf(part), signal),
+                  node.LogOf(part));
   }
 }
 
@@ -212,7 +277,8 @@ void Supervisor::Release(Node& node, Part part) {
 void Supervisor::Freeze(Node& node, Part part) {
   Tend();
   node.Of(part).process->Freeze();
-  node.agent_was_lost = true;  // to a frozen daemon, or one that waits for it in vain
+  // It may be given up, or wait in vain.
+  Disturb(node, part);
 }
 
 void Supervisor::Thaw(Node& node, Part part) {

@@ -4,6 +4,7 @@
 #define TESTS_SURVIVAL_SUPERVISOR_H
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -18,8 +19,8 @@ namespace survival {
 
 class Supervisor {
  public:
-  Supervisor(Report& report, ArmedPoints& armed_points)
-      : report_(report), armed_points_(armed_points) {}
+  Supervisor(std::uint32_t seed, Report& report, ArmedPoints& armed_points)
+      : seed_(seed), report_(report), armed_points_(armed_points) {}
 
   // Starts everything, ready.
   void Add(Node& node);
@@ -34,13 +35,17 @@ class Supervisor {
   // Until it is readable or its other side is closed. Throws Failure when that
   // takes too long; `what` says what it would have been.
   void AwaitReadable(int descriptor, const std::string& what);
-  // Whether a process ends now or shortly: its connections end before it does.
-  bool SeesEnd();
+  // Something happens to the node that has to do with that process.
+  static void Disturb(Node& node, Part part);
+  // Whether anything has happened to the node since it was at rest that may make
+  // an operation fail.
+  bool Excuses(Node& node);
+  // Whether anything happens to it, or has since there were `so_many`
+  // disturbances: the connections of a process end before it does.
+  bool SeesDisturbance(Node& node, int so_many);
   // Until all processes of the node that are to run are ready. Throws Failure.
   void AwaitReady(Node& node);
   void AwaitReady(Node& node, Part part);
-  // Whether a process was started since BeginStep.
-  bool HasStarted() const { return starts_ > 0; }
 
   // Ends it and starts it anew, or with `stay_down` leaves that to Release.
   void End(Node& node, Part part, int signal, bool stay_down);
@@ -53,24 +58,30 @@ class Supervisor {
   std::optional<Clock::duration> TakeDetection();
 
   // A new step: processes may be started anew so many times again. Fail points
-  // are armed from the first on.
-  void BeginStep();
+  // are armed from the first on; which, follows from the seed, the step, the
+  // process, and how often it was started in the step.
+  void BeginStep(int step);
+  // What was armed in this step, and what was hit.
+  const std::string& Points() const { return points_; }
 
  private:
   void Start(Node& node, Part part);
+  void Arm(Node& node, Part part);
+  void LookForHit(Node& node, Part part);
   void Tend();
   void TakeEnd(Node& node, Part part, int status);
   void JudgeEnd(Node& node, Part part, int status);
   void Wait(const std::vector<int>& descriptors, Clock::time_point deadline);
 
+  std::uint32_t seed_;
   Report& report_;
   ArmedPoints& armed_points_;
   std::vector<Node*> nodes_;
   std::optional<LogWatch> look_out_;
   Clock::time_point looks_out_since_;
   int starts_ = 0;
-  int ends_ = 0;
-  bool arms_ = false;
+  int step_ = 0;
+  std::string points_;
 };
 
 }  // namespace survival

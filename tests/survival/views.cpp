@@ -3,6 +3,7 @@
 #include <manager.pb.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "connect.h"
@@ -10,6 +11,7 @@
 #include "frame.h"
 #include "hierarchy_codec.h"
 #include "hierarchy_text.h"
+#include "status_record.h"
 
 namespace survival {
 namespace {
@@ -34,6 +36,22 @@ std::string NameOf(const cfm::agent::Node& entry) {
          Leaf(entry, local ? "mep" : "remote-mep");
 }
 
+bool IsLost(const cfm::agent::SubscriberStatus&) {
+  return false;
+}
+
+bool IsLost(const cfm::agent::ProviderStatus& provider) {
+  return provider.lost();
+}
+
+template <typename Peers>
+bool HasDaemon(const Peers& peers, Node& node) {
+  const test::Process* daemon = node.Of(Part::kDaemon).process;
+  return daemon != nullptr && std::ranges::any_of(peers, [daemon](const auto& peer) {
+           return peer.pid() == daemon->Pid() && !IsLost(peer);
+         });
+}
+
 }  // namespace
 
 cfm::agent::Reply Next(Supervisor& supervisor, test::FrontEnd& front_end) {
@@ -47,6 +65,13 @@ cfm::agent::Reply Ask(Supervisor& supervisor, test::FrontEnd& front_end,
   return Next(supervisor, front_end);
 }
 
+bool IsSubscribed(Supervisor& supervisor, Node& node) {
+  test::FrontEnd front_end(node.Element().RuntimeDirectory());
+  cfm::agent::Request request;
+  request.mutable_get_status();
+  return HasDaemon(Ask(supervisor, front_end, request).status().subscribers(), node);
+}
+
 AgentView::AgentView(Supervisor& supervisor, Node& node)
     : supervisor_(supervisor), node_(node), front_end_(node.Element().RuntimeDirectory()) {
   cfm::agent::Request watch;
@@ -57,23 +82,14 @@ AgentView::AgentView(Supervisor& supervisor, Node& node)
 void AgentView::AwaitDaemon() {
   while (true) {
     const cfm::agent::Status status = Next(supervisor_, front_end_).status();
-    const test::Process* daemon = node_.Of(Part::kDaemon).process;
-    bool subscribed = false;
-    for (const auto& subscriber : status.subscribers()) {
-      subscribed = subscribed || (daemon != nullptr && subscriber.pid() == daemon->Pid());
-    }
-    bool provides = false;
-    for (const auto& provider : status.providers()) {
-      provides =
-          provides || (daemon != nullptr && provider.pid() == daemon->Pid() && !provider.lost());
-    }
-    if (subscribed && provides && !status.commit_in_progress()) {
+    if (HasDaemon(status.subscribers(), node_) && HasDaemon(status.providers(), node_) &&
+        !status.commit_in_progress()) {
       return;
     }
   }
 }
 
-void AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor) {
+bool AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor) {
   bool in_progress = false;
   const auto come_so_far = [&] {
     while (!in_progress && HasInput(front_end_.Fd())) {
@@ -82,6 +98,7 @@ void AgentView::AwaitCommitInProgress(const std::function<bool()>& or_else, int 
     return in_progress || or_else();
   };
   supervisor_.Await({front_end_.Fd(), descriptor}, come_so_far, Clock::now() + test::kPatience);
+  return in_progress;
 }
 
 RecordsView::RecordsView(Supervisor& supervisor, Node& node)
@@ -113,10 +130,22 @@ std::multiset<std::string> RecordsView::Names() const {
   return names;
 }
 
-std::string RecordsView::StateOf(const std::string& name) const {
+std::string RecordsView::LeafOf(const std::string& name, const std::string& leaf) const {
   for (const auto& [path, entry] : entries_) {
     if (NameOf(entry) == name) {
-      return Leaf(entry, "state");
+      return Leaf(entry, leaf);
+    }
+  }
+  return {};
+}
+
+std::string RecordsView::MissingLeaf() const {
+  for (const auto& [path, entry] : entries_) {
+    const test::StatusRecord record = test::RecordOf(entry);
+    for (const test::StatusLeaf& leaf : test::LeavesOf(record.list)) {
+      if (!leaf.is_computed && !record.leaves.contains(leaf.name)) {
+        return path + "/" + leaf.name;
+      }
     }
   }
   return {};

@@ -23,6 +23,9 @@ cfm::agent::Reply Ask(Supervisor& supervisor, test::FrontEnd& front_end,
 // The next of the replies to a watch.
 cfm::agent::Reply Next(Supervisor& supervisor, test::FrontEnd& front_end);
 
+// Whether the process that is the node's daemon now is told of commits.
+bool IsSubscribed(Supervisor& supervisor, Node& node);
+
 // The agent's status, at each change.
 class AgentView {
  public:
@@ -30,7 +33,8 @@ class AgentView {
   // Until the process that is the node's daemon now is subscribed and answers
   // for status, and no commit is under way.
   void AwaitDaemon();
-  void AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor);
+  // False when the other thing comes first.
+  bool AwaitCommitInProgress(const std::function<bool()>& or_else, int descriptor);
 
  private:
   Supervisor& supervisor_;
@@ -44,8 +48,11 @@ class RecordsView {
   RecordsView(Supervisor& supervisor, Node& node);
   // "local md ma 1" and "remote md ma 2".
   std::multiset<std::string> Names() const;
-  // The state of a remote MEP; empty when it has none.
-  std::string StateOf(const std::string& name) const;
+  // A leaf of that record; empty when it has none.
+  std::string LeafOf(const std::string& name, const std::string& leaf) const;
+  // One that a record of its list has to have, and does not; empty when there is
+  // none.
+  std::string MissingLeaf() const;
   // Waits until that holds. False after `patience`.
   bool AwaitUntil(const std::function<bool()>& done,
                   std::chrono::seconds patience = test::kPatience);
@@ -65,6 +72,7 @@ class ManagerView {
   ManagerView(Supervisor& supervisor, Node& node);
   // Waits until it is that; returns what it is when that takes too long.
   std::optional<cfm::Hierarchy> AwaitEqual(const cfm::Hierarchy& expected);
+  int Fd() const { return socket_.Get(); }
 
  private:
   Supervisor& supervisor_;
