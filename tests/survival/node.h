@@ -85,6 +85,8 @@ class Node {
   // After a commit whose outcome nobody told, what it would have made of it.
   std::optional<test::RandomConfiguration> maybe;
   struct Disk disk;
+  // Commits that are under way: what becomes of them is not known.
+  int open_commits = 0;
   Disturbances so_far;
   // As they were when everything began to be compared, and was equal.
   Disturbances at_rest;

@@ -147,6 +147,9 @@ void InFlight::Prepare(const Request& request) {
 
 void InFlight::Send() {
   is_open_ = true;
+  if (IsCommit()) {
+    open_commit_.emplace(node_);
+  }
   try {
     front_end_.Send(request_);
   } catch (const std::system_error&) {
@@ -175,7 +178,9 @@ std::string InFlight::Finish() {
     return LoseReply();
   }
   is_open_ = false;
-  return IsCommit() ? FinishCommit(reply) : FinishRead(reply);
+  std::string outcome = IsCommit() ? FinishCommit(reply) : FinishRead(reply);
+  open_commit_.reset();
+  return outcome;
 }
 
 std::string InFlight::LoseReply() {
@@ -183,6 +188,7 @@ std::string InFlight::LoseReply() {
   if (IsCommit()) {
     LoseCommit(node_, *after_);
   }
+  open_commit_.reset();
   return "no reply";
 }
 
@@ -250,6 +256,7 @@ void CommitByCommand(Context& context, Node& node) {
     return context.Say("nothing to commit by cfmctl");
   }
   const Hearing hearing(context.supervisor, node);
+  const OpenCommit open_commit(node);
   const auto command = node.Element().StartCfmctl(words);
   const int status = AwaitEnd(context, *command, words.front());
   const bool excused = context.supervisor.Excuses(node);

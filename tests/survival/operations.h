@@ -34,6 +34,18 @@ class Hearing {
   int agent_losses_ = 0;
 };
 
+// A commit is under way for as long as this lives.
+class OpenCommit {
+ public:
+  explicit OpenCommit(Node& node) : node_(node) { ++node_.open_commits; }
+  ~OpenCommit() { --node_.open_commits; }
+  OpenCommit(const OpenCommit&) = delete;
+  OpenCommit& operator=(const OpenCommit&) = delete;
+
+ private:
+  Node& node_;
+};
+
 // An operation over the front-end protocol whose reply is awaited apart from
 // its request, so that something can happen in between.
 class InFlight {
@@ -70,7 +82,8 @@ class InFlight {
   cfm::agent::Request request_;
   std::optional<test::RandomConfiguration> after_;  // of a commit
   Hearing hearing_;                                 // of a commit
-  bool is_open_ = false;                            // sent, and the outcome is not known
+  std::optional<OpenCommit> open_commit_;
+  bool is_open_ = false;  // sent, and the outcome is not known
 };
 
 // `cfmctl edit`; nothing when the edit has documents.
