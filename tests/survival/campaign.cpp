@@ -123,6 +123,23 @@ void Campaign::Rest() {
   AwaitRest(supervisor_, b_, report_);
 }
 
+// A point that is armed may yet break what the link is looked at through.
+void Campaign::AwaitLinkAt(Node& node) {
+  while (true) {
+    const int before = node.so_far.all;
+    try {
+      return AwaitLink(supervisor_, node, true);
+    } catch (const Failure&) {
+      throw;
+    } catch (const std::exception& error) {
+      if (!supervisor_.SeesDisturbance(node, before)) {
+        throw Failure(fmt::format("{}, undisturbed: {}", node.Name(), error.what()));
+      }
+      AwaitRest(supervisor_, node, report_);
+    }
+  }
+}
+
 void Campaign::Step() {
   ++step_;
   Chance chance{options_.seed, static_cast<std::uint32_t>(step_)};
@@ -141,8 +158,8 @@ void Campaign::Step() {
     Heal(context, b_);
     Rest();
     if (outcome.await_link) {
-      AwaitLink(supervisor_, a_, true);
-      AwaitLink(supervisor_, b_, true);
+      AwaitLinkAt(a_);
+      AwaitLinkAt(b_);
     }
   } catch (const std::exception&) {
     fmt::print("{}{}\n", context.story, supervisor_.Points());

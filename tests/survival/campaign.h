@@ -31,6 +31,8 @@ class Campaign {
  private:
   void Step();
   void Rest();
+  // Until the link is well at that end.
+  void AwaitLinkAt(Node& node);
   bool GoesOn() const;
 
   Options options_;
