@@ -17,7 +17,7 @@ class ReconnectDelay {
 
   static constexpr Duration kSettled{10'000};  // a connection this old was a good one
   static constexpr Duration kFirst{20};
-  static constexpr Duration kLongest{5'000};
+  static constexpr Duration kLongest{1'000};
 
   // The wait after a connection that lasted `lifetime`.
   Duration After(Duration lifetime) {

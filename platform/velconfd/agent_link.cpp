@@ -11,14 +11,6 @@
 #include "loop_source.h"
 
 namespace velconfd {
-namespace {
-
-// An agent that is there and yet fails the connection is tried again by time,
-// because its socket will not appear a second time.
-constexpr std::uint64_t kRetryUsec = 500'000;
-constexpr std::uint64_t kSlowRetryUsec = 5'000'000;
-
-}  // namespace
 
 AgentLink::AgentLink(velmw_t* middleware, zlog_category_s* log, const char* name,
                      HandlerLists handlers, ELEM_CONFD_PHASE_ET phase)
@@ -114,6 +106,7 @@ void AgentLink::Serve() {
   serving_ = true;
   CFM_FAIL_POINT(velconfd_serving);
   last_failure_.clear();
+  retry_delay_.Reset();
   Log(log_, kInfo, std::string("Connected to the agent at ") + interface_.Agent().Path());
   velmw::AnnounceAgentState(middleware_, velmw::AgentState::kUp);
   if (!std::exchange(was_ready_, true)) {
@@ -195,12 +188,13 @@ void AgentLink::Await(const AgentError& error) {
     last_failure_ = error.what();
     Log(log_, kTolerated, "Waiting for the agent: " + last_failure_);
   }
-  if (dynamic_cast<const AgentAbsent*>(&error) == nullptr) {
-    retry_ = CallLater(loop_, kRetryUsec, OnRetry, this);
-  } else if (access(interface_.Agent().Path(), F_OK) == 0) {
-    // Most likely left by an agent that died, and the next one will put its
-    // own in the place; but it may be that just this attempt went wrong.
-    retry_ = CallLater(loop_, kSlowRetryUsec, OnRetry, this);
+  // An agent that is there and yet fails the connection is tried again by time,
+  // because its socket will not appear a second time. So is a socket that an agent
+  // seems to have left: it may be that just this attempt went wrong.
+  const bool is_absent = dynamic_cast<const AgentAbsent*>(&error) != nullptr;
+  if (!is_absent || access(interface_.Agent().Path(), F_OK) == 0) {
+    retry_ =
+        CallLater(loop_, static_cast<std::uint64_t>(retry_delay_.Next().count()), OnRetry, this);
   }
 }
 

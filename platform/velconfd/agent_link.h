@@ -29,6 +29,7 @@
 #include "handler_config.h"
 #include "handler_lists.h"
 #include "provider.h"
+#include "retry_delay.h"
 #include "velconfd/handlers.h"
 #include "velconfd_interface.h"
 
@@ -97,6 +98,7 @@ class AgentLink {
   bool serving_ = false;
   bool was_ready_ = false;
   std::string last_failure_;  // to connect; logged once
+  RetryDelay retry_delay_;
 
   ipc::SocketWatch agent_watch_;
   ipc::EventSource data_watch_;

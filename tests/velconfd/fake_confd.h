@@ -65,6 +65,8 @@ class FakeAgent {
   void Appear();
   // Hangs up everywhere and listens no more. The socket's file stays.
   void Die();
+  // Listens at the file that is there, so that nothing appears.
+  void ListenAgain() { listening_ = true; }
   // Hangs up on the connections of one type.
   void HangUp(cdb_sock_type type);
   void HangUp(confd_sock_type type);

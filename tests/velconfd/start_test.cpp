@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "framework_test.h"
+#include "retry_delay.h"
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -116,6 +117,29 @@ INSTANTIATE_TEST_SUITE_P(EveryStep, DeathBeforeTheLoad,
                                          std::pair("connect subscription", 1),
                                          std::pair("subscribe", 1), std::pair("subscribe", 3),
                                          std::pair("subscribe done", 1)));
+
+TEST_F(StartTest, AnAgentThatIsThereThoughOneAttemptFailedIsTriedAgain) {
+  agent_.Appear();
+  agent_.DieAt("connect data");
+  Build();
+  middleware_.RunDue();
+  EXPECT_THAT(journal_, testing::Contains("fails: connect data"));
+  agent_.ListenAgain();
+  EXPECT_TRUE(Await("ready"));
+}
+
+TEST(RetryDelay, GrowsUntilTheAgentIsConnected) {
+  velconfd::RetryDelay delay;
+  EXPECT_EQ(delay.Next(), velconfd::RetryDelay::kFirst);
+  EXPECT_EQ(delay.Next(), 2 * velconfd::RetryDelay::kFirst);
+  velconfd::RetryDelay::Duration last{};
+  for (int i = 0; i < 20; ++i) {
+    last = delay.Next();
+  }
+  EXPECT_EQ(last, velconfd::RetryDelay::kLongest);
+  delay.Reset();
+  EXPECT_EQ(delay.Next(), velconfd::RetryDelay::kFirst);
+}
 
 TEST_F(StartTest, AnAgentThatRefusesAndStaysIsTriedAgain) {
   agent_.Appear();
