@@ -49,8 +49,8 @@ std::optional<std::string> ReasonToEnd(const Node& node, Part part, int status,
       node.so_far.agent_losses == node.at_rest.agent_losses) {
     return std::nullopt;
   }
-  const bool missed_commit =
-      node.open_commits > 0 || node.so_far.missed_commits != node.at_rest.missed_commits;
+  const bool missed_commit = node.open_commits > 0 || node.may_be_found.has_value() ||
+                             node.so_far.missed_commits != node.at_rest.missed_commits;
   const std::string last = LastLines(log);
   for (const Reason& reason : kReasons) {
     if (last.find(reason.text) != std::string::npos &&

@@ -84,6 +84,9 @@ class Node {
   test::RandomConfiguration random{0};
   // After a commit whose outcome nobody told, what it would have made of it.
   std::optional<test::RandomConfiguration> maybe;
+  // After a commit that was refused, with the word that the next agent may find it
+  // on the disk, what it would have made of it. Until another one is done.
+  std::optional<test::RandomConfiguration> may_be_found;
   struct Disk disk;
   // Commits that are under way: what becomes of them is not known.
   int open_commits = 0;

@@ -28,6 +28,8 @@ Request ClearAll() {
 constexpr const char* kDone = "commit reported as done";
 constexpr const char* kRefusedByDisk = "commit refused by a failing disk";
 constexpr const char* kRefused = "commit refused after a disturbance";
+// What the agent says where it could neither sync a change nor take it back.
+constexpr const char* kMayBeFound = "the change may be found in the file";
 
 std::vector<std::string> LoadCommand(Node& node, const test::Configuration& configuration) {
   const std::filesystem::path file = node.Element().Directory() / "load.json";
@@ -37,6 +39,7 @@ std::vector<std::string> LoadCommand(Node& node, const test::Configuration& conf
 
 void TakeCommit(Node& node, const test::RandomConfiguration& after, bool was_heard) {
   node.random = after;
+  node.may_be_found.reset();
   node.so_far.missed_commits += was_heard ? 0 : 1;
 }
 
@@ -47,7 +50,7 @@ void LoseCommit(Node& node, const test::RandomConfiguration& after) {
 
 // A commit builds upon what is there: whether the last one is has to be known.
 void SettleCommit(Context& context, Node& node) {
-  if (node.maybe) {
+  if (node.maybe || node.may_be_found) {
     AwaitRest(context.supervisor, node, context.report);
   }
 }
@@ -200,6 +203,10 @@ std::string InFlight::FinishCommit(const Reply& reply) {
                     node_.LogOf(Part::kAgent));
     }
     context_.report.Count(node_.disk.may_refuse ? kRefusedByDisk : kRefused);
+    if (reply.errors(0).message().find(kMayBeFound) != std::string::npos) {
+      node_.may_be_found = after_;
+      context_.report.Count("commit refused that may be found later");
+    }
     return "refused";
   }
   context_.supervisor.Excuses(node_);

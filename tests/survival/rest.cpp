@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "ends.h"
 #include "expected_status.h"
@@ -56,6 +57,10 @@ void CompareRunning(Supervisor& supervisor, Node& node, Report& report) {
       node.random = *node.maybe;
     }
     node.maybe.reset();
+  }
+  if (node.may_be_found && running == node.Full(*node.may_be_found)) {
+    report.Count("commit refused that was found later");
+    node.random = *std::exchange(node.may_be_found, std::nullopt);
   }
   if (running != node.Current()) {
     throw Failure(fmt::format("{}: the running configuration is\n{}\nand has to be\n{}",
