@@ -18,7 +18,7 @@ constexpr std::uint32_t kProtocolVersion = 1;
   throw Failure(
       status, fmt::format("{}: whether the commit took place is unknown", cause),
       {fmt::format("the transaction before it was {}: once the agent answers, \"cfmctl status\" "
-                   "shows a higher one if a commit took place",
+                   "shows a higher one if a commit that changes a value took place",
                    known_txid),
        "\"cfmctl get\" shows what is committed"});
 }
